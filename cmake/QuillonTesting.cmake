@@ -1,0 +1,27 @@
+# quillon_add_test(<name> SOURCES <files...> [LIBS <libs...>] [QT] [BUS])
+#
+# One GoogleTest executable; each test case becomes its own CTest test, discovered when CTest
+# runs (so a test that needs a display is listed under the display that CTest runs with).
+#   QT   links the shell and uses a main() that creates the QApplication.
+#   BUS  runs every test case on a private D-Bus session bus of its own (dbus-run-session).
+include(GoogleTest)
+
+function(quillon_add_test name)
+    cmake_parse_arguments(ARG "QT;BUS" "" "SOURCES;LIBS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE quillon_test_support quillon_warnings GTest::gmock
+                                          ${ARG_LIBS})
+    if(ARG_QT)
+        target_link_libraries(${name} PRIVATE quillon_shell quillon_qt_test_main Qt6::Test)
+    else()
+        target_link_libraries(${name} PRIVATE GTest::gtest_main)
+    endif()
+    if(ARG_BUS)
+        set_target_properties(${name} PROPERTIES
+            CROSSCOMPILING_EMULATOR "dbus-run-session;--config-file=${QUILLON_TEST_BUS_CONFIG};--")
+    endif()
+    gtest_discover_tests(${name}
+        DISCOVERY_MODE PRE_TEST
+        DISCOVERY_TIMEOUT 60
+        PROPERTIES TIMEOUT 120 LABELS "${name}")
+endfunction()

@@ -1,0 +1,3 @@
+#include "app/quillon_main.h"
+
+int main(int argc, char** argv) { return quillon::quillonMain(argc, argv); }
