@@ -1,28 +1,18 @@
 #include "app/quillon_main.h"
 
-#include "app/app_state.h"
-#include "app/auth_store.h"
-#include "app/production_services.h"
-#include "app/termination_signals.h"
-#include "model/relative_time.h"
+#include "app/application.h"
+#include "app/command_line.h"
 
-#include <QApplication>
+#include <iostream>
 
 namespace quillon {
 
 int quillonMain(int argc, char** argv) {
-    QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("Quillon"));
-    QApplication::setApplicationVersion(QStringLiteral(QUILLON_VERSION));
-    QApplication::setQuitOnLastWindowClosed(false);
-
-    TerminationSignals terminationSignals;
-    QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
-
-    AuthStore authStore;
-    SettingsFile settingsFile;
-    AppState appState(authStore, productionServices(settingsFile));
-    return QApplication::exec();
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    if (const auto status = runCommandLine(args, {std::cin, std::cout, std::cerr})) {
+        return *status;
+    }
+    return runApplication(argc, argv);
 }
 
 } // namespace quillon
