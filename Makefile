@@ -1,11 +1,20 @@
-# The two everyday commands: `make run` and `make test`. Both install what is missing, configure
-# with a CMake preset and build with Ninja.
+# The two everyday commands are `make run` and `make test`. Both install what is missing,
+# configure with a CMake preset and build with Ninja.
 PRESET ?= default
 BUILD_DIR := build/$(PRESET)
+FUZZ_SECONDS ?= 60
 # Warnings are errors in CI.
 export QUILLON_WERROR ?= $(if $(filter true,$(CI)),ON,OFF)
+# Sanitizer settings for the asan and tsan presets.
+export ASAN_OPTIONS ?= detect_leaks=1:abort_on_error=0:detect_stack_use_after_return=1
+export LSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/lsan.supp:print_suppressions=0
+export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
+export TSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:halt_on_error=1:second_deadlock_stack=1
 
-.PHONY: all deps configure build run test clean format
+# The tests that exercise threads: the refresh cycle and the tray item.
+TSAN_TESTS := app_state_test|refresh_integration_test|status_notifier_item_test|title_subscription_test
+
+.PHONY: all deps configure build run test test-asan test-tsan fuzz tidy package clean format
 
 all: build
 
@@ -23,6 +32,26 @@ run: build
 
 test: build
 	@scripts/run-tests.sh $(BUILD_DIR)
+
+# The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
+test-asan:
+	@$(MAKE) --no-print-directory test PRESET=asan
+
+# The threaded tests under ThreadSanitizer.
+test-tsan: deps
+	@cmake --preset tsan --log-level=WARNING >/dev/null
+	@cmake --build --preset tsan
+	@scripts/run-tests.sh build/tsan -L '$(TSAN_TESTS)'
+
+# Every fuzz target for FUZZ_SECONDS seconds.
+fuzz: deps
+	@cmake --preset fuzz --log-level=WARNING >/dev/null
+	@cmake --build --preset fuzz
+	@scripts/run-fuzzers.sh build/fuzz $(FUZZ_SECONDS)
+
+# clang-tidy with the project's .clang-tidy over src/.
+tidy: configure
+	@scripts/run-clang-tidy.sh $(BUILD_DIR)
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i
