@@ -1,0 +1,6 @@
+import QtQuick
+
+Window {
+    id: frame
+    color: "transparent"
+}
