@@ -1,6 +1,8 @@
 #include "app/app_state.h"
 
+#include "alerts/threshold_alerts.h"
 #include "app/usage_variant.h"
+#include "intents/shared_usage_data.h"
 
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -38,7 +40,9 @@ std::optional<UsageData> fetchQuietly(const AppServices::Fetch& fetch, Credentia
     }
 }
 
-std::int64_t clampHour(std::int64_t hour) { return std::clamp<std::int64_t>(hour, 0, 23); }
+std::int64_t clampHour(std::int64_t hour) {
+    return std::clamp<std::int64_t>(hour, 0, 23);
+}
 
 } // namespace
 
@@ -138,23 +142,73 @@ void AppState::setQuietHours(bool enabled, qint64 start, qint64 end) {
     emit smartNotificationSettingsChanged();
 }
 
+void AppState::setNotificationsEnabled(bool enabled) {
+    settings_.notifications.enabled = enabled;
+    emit settingsChanged();
+}
+
+void AppState::setThreshold(qint64 value, bool on) {
+    if (on) {
+        settings_.notifications.thresholds.insert(value);
+    } else {
+        settings_.notifications.thresholds.erase(value);
+    }
+    emit settingsChanged();
+}
+
+void AppState::setLaunchAtStartup(bool on) {
+    settings_.launchAtStartup = on;
+    emit settingsChanged();
+}
+
+void AppState::setSmartThrottling(bool on) {
+    smart_.smartThrottling = on;
+    emit smartNotificationSettingsChanged();
+}
+
+void AppState::setCriticalAlertsOnly(bool on) {
+    smart_.criticalAlertsOnly = on;
+    emit smartNotificationSettingsChanged();
+}
+
 void AppState::setIsRefreshing(bool value) {
     isRefreshing_ = value;
     emit isRefreshingChanged();
 }
 
 void AppState::checkThresholds() {
-    // Threshold alerts are not wired in yet.
+    // The fired keys change whether or not a notification can be shown: an alert that the
+    // desktop dropped is not raised again until use falls below its threshold.
+    const auto alerts = quillon::checkThresholds(claudeUsage_, codexUsage_, settings_.notifications,
+                                                 firedThresholds_);
+    if (!services_.sendNotification) {
+        return;
+    }
+    for (const auto& alert : alerts) {
+        services_.sendNotification(alert.title, alert.body);
+    }
 }
 
 void AppState::saveDataForSiri() {
-    // The snapshot for the command-line intents is not wired in yet.
+    if (services_.snapshotStore == nullptr) {
+        return;
+    }
+    SharedUsageData::from(claudeUsage_, codexUsage_, lastUpdated_.value_or(services_.clock()))
+        .save(*services_.snapshotStore);
 }
 
-QVariantMap AppState::smartNotificationSettingsVariant() const { return toVariantMap(smart_); }
-QVariant AppState::claudeUsageVariant() const { return toVariant(claudeUsage_); }
-QVariant AppState::codexUsageVariant() const { return toVariant(codexUsage_); }
-QVariantMap AppState::settingsVariant() const { return toVariantMap(settings_); }
+QVariantMap AppState::smartNotificationSettingsVariant() const {
+    return toVariantMap(smart_);
+}
+QVariant AppState::claudeUsageVariant() const {
+    return toVariant(claudeUsage_);
+}
+QVariant AppState::codexUsageVariant() const {
+    return toVariant(codexUsage_);
+}
+QVariantMap AppState::settingsVariant() const {
+    return toVariantMap(settings_);
+}
 
 QDateTime AppState::lastUpdatedVariant() const {
     return lastUpdated_ ? toDateTime(*lastUpdated_) : QDateTime();

@@ -1,5 +1,9 @@
 #include "app/production_services.h"
 
+#include "app/desktop_notifications.h"
+
+#include <memory>
+
 namespace quillon {
 
 AppServices productionServices(KeyValueStore& snapshotStore) {
@@ -7,6 +11,13 @@ AppServices productionServices(KeyValueStore& snapshotStore) {
     // The providers, notifications and snapshot are wired in as they arrive; until then a fetch
     // yields no figures and an alert goes nowhere.
     services.snapshotStore = &snapshotStore;
+    const auto notifications = std::make_shared<DesktopNotifications>();
+    services.sendNotification = [notifications](const std::string& title, const std::string& body) {
+        notifications->send(QString::fromStdString(title), QString::fromStdString(body));
+    };
+    services.requestNotificationPermission = [notifications] {
+        notifications->requestPermission();
+    };
     return services;
 }
 
