@@ -67,12 +67,13 @@ double secondsSinceReferenceDate(Instant instant) {
 std::optional<Instant> instantFromReferenceDate(double seconds) {
     using Ticks = Instant::duration;
     const double sinceEpoch = seconds + std::chrono::duration<double>(referenceDate).count();
-    // Ticks are nanoseconds in a signed 64-bit count: about 292 years either side of 1970.
-    const double ticks = sinceEpoch * Ticks::period::den / Ticks::period::num;
-    constexpr double limit = 9223372036854775808.0;
-    if (!std::isfinite(ticks) || ticks >= limit || ticks <= -limit) {
+    // Ticks are nanoseconds in a signed 64-bit count, about 292 years either side of 1970. Keeping
+    // to a century either side leaves room to subtract any two such instants without overflow.
+    constexpr double century = 100 * 365.25 * 86400;
+    if (!std::isfinite(sinceEpoch) || sinceEpoch > century || sinceEpoch < -century) {
         return std::nullopt;
     }
+    const double ticks = sinceEpoch * Ticks::period::den / Ticks::period::num;
     return Instant(Ticks(static_cast<Ticks::rep>(std::llround(ticks))));
 }
 

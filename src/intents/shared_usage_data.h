@@ -47,7 +47,8 @@ struct SharedUsageData {
 
 // Seconds since 2001-01-01T00:00:00 UTC, the snapshot's time base.
 double secondsSinceReferenceDate(Instant instant);
-// The inverse; nothing when the instant cannot be represented.
+// The inverse; nothing for an instant more than a century away from 1970, which no real
+// refresh produces and which could not be compared with the clock safely.
 std::optional<Instant> instantFromReferenceDate(double seconds);
 
 } // namespace quillon

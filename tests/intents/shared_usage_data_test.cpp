@@ -158,9 +158,11 @@ TEST(SharedUsageDataTest, NothingStoredLoadsAsNothing) {
     EXPECT_FALSE(SharedUsageData::load(store).has_value());
 }
 
-TEST(SharedUsageDataTest, LastUpdatedBeyondTheRepresentableRangeLoadsAsNothing) {
+TEST(SharedUsageDataTest, LastUpdatedMoreThanACenturyFromNineteenSeventyLoadsAsNothing) {
     EXPECT_FALSE(loadStored(R"({"lastUpdated":1e300})"));
     EXPECT_FALSE(loadStored(R"({"lastUpdated":-1e12})"));
+    EXPECT_FALSE(loadStored(R"({"lastUpdated":4e9})"));
+    EXPECT_TRUE(loadStored(R"({"lastUpdated":-978307200})"));
 }
 
 TEST(SharedUsageDataTest, TextsWithQuotesAndUnicodeRoundTrip) {

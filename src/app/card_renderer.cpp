@@ -1,0 +1,85 @@
+#include "app/card_renderer.h"
+
+#include "model/relative_time.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QPalette>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QSGRendererInterface>
+
+namespace quillon {
+namespace {
+
+Translator qtTranslator() {
+    return [](const std::string& key) {
+        return QCoreApplication::translate("RelativeTime", key.c_str()).toStdString();
+    };
+}
+
+QVariant optionalText(const std::optional<std::string>& text) {
+    return text ? QVariant(QString::fromStdString(*text)) : QVariant();
+}
+
+QVariant optionalNumber(const std::optional<std::int64_t>& number) {
+    // QML numbers are doubles; percentages are small enough to be exact there.
+    return number ? QVariant(static_cast<double>(*number)) : QVariant();
+}
+
+} // namespace
+
+QVariantMap toCardVariant(const SharedUsageData& snapshot) {
+    QVariantMap map;
+    const auto put = [&map](const char* key, const QVariant& value) {
+        if (value.isValid()) {
+            map.insert(QString::fromLatin1(key), value);
+        }
+    };
+    put("claudePercent", optionalNumber(snapshot.claudePercent));
+    put("codexPercent", optionalNumber(snapshot.codexPercent));
+    put("claudeResetTime", optionalText(snapshot.claudeResetTime));
+    put("codexResetTime", optionalText(snapshot.codexResetTime));
+    return map;
+}
+
+UsageCard::UsageCard(const std::optional<SharedUsageData>& snapshot, Instant now) {
+    // A card is a one-off picture: the software renderer needs no GPU context and can draw a
+    // window that is never shown.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    view_ = std::make_unique<QQuickView>();
+    view_->setResizeMode(QQuickView::SizeViewToRootObject);
+    view_->setColor(QGuiApplication::palette().color(QPalette::Active, QPalette::Window));
+    if (snapshot) {
+        view_->setInitialProperties(
+            {{QStringLiteral("snapshot"), toCardVariant(*snapshot)},
+             {QStringLiteral("updatedAgo"),
+              QString::fromStdString(relativeString(snapshot->lastUpdated, now, qtTranslator()))}});
+        view_->setSource(QUrl(QStringLiteral("qrc:/views/UsageSnippetView.qml")));
+    } else {
+        view_->setSource(QUrl(QStringLiteral("qrc:/views/NoDataSnippetView.qml")));
+    }
+}
+
+UsageCard::~UsageCard() = default;
+
+QQuickItem* UsageCard::root() const {
+    return view_->rootObject();
+}
+
+QImage UsageCard::image() const {
+    QQuickItem* item = root();
+    if (item == nullptr) {
+        return {};
+    }
+    view_->resize(static_cast<int>(std::ceil(item->width())),
+                  static_cast<int>(std::ceil(item->height())));
+    return view_->grabWindow();
+}
+
+bool UsageCard::savePng(const QString& path) const {
+    const QImage picture = image();
+    return !picture.isNull() && picture.save(path, "PNG");
+}
+
+} // namespace quillon
