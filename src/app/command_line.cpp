@@ -1,5 +1,6 @@
 #include "app/command_line.h"
 
+#include "app/intent_commands.h"
 #include "app/set_credential_command.h"
 
 #include <functional>
@@ -20,6 +21,26 @@ const std::vector<Command>& commands() {
     static const std::vector<Command> table{
         {"set-credential", "set-credential NAME [--clear]   store a credential read from stdin",
          runSetCredential},
+        {"get-usage",
+         "get-usage [--card FILE.png] [--notify] [--speak]\n"
+         "                                   Claude's and Codex's five-hour use, as last saved",
+         runGetUsage},
+        {"get-claude-usage",
+         "get-claude-usage [--notify] [--speak]\n"
+         "                                   Claude's five-hour use and when it resets",
+         runGetClaudeUsage},
+        {"get-codex-usage",
+         "get-codex-usage [--notify] [--speak]\n"
+         "                                   Codex's five-hour use and when it resets",
+         runGetCodexUsage},
+        {"refresh-usage",
+         "refresh-usage [--notify] [--speak]\n"
+         "                                   ask for fresh figures (the panel refreshes every "
+         "minute)",
+         runRefreshUsage},
+        {"shortcuts",
+         "shortcuts [--desktop-actions]    the intents and the phrases that ask for them",
+         runShortcuts},
     };
     return table;
 }
@@ -32,7 +53,9 @@ void printUsage(std::ostream& stream) {
     }
     stream << "  --help                           show this help\n"
               "  --version                        show the version\n"
-              "\nNAME is one of: claude-cookie, codex-cookie, codex-token.\n";
+              "\nNAME is one of: claude-cookie, codex-cookie, codex-token.\n"
+              "--card draws the answer's card as a PNG, --notify also shows the answer as a\n"
+              "desktop notification, --speak also speaks it (speech-dispatcher's spd-say).\n";
 }
 
 } // namespace
