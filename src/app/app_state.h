@@ -56,6 +56,13 @@ public:
     Q_INVOKABLE void setRefreshInterval(double seconds);
     // Three separate writes, each announced; the hours are clamped to 0..23.
     Q_INVOKABLE void setQuietHours(bool enabled, qint64 start, qint64 end);
+    // Direct writes from the settings view, each announced with its change signal.
+    Q_INVOKABLE void setNotificationsEnabled(bool enabled);
+    // Adds `value` to the alert thresholds or takes it out; other members stay as they are.
+    Q_INVOKABLE void setThreshold(qint64 value, bool on);
+    Q_INVOKABLE void setLaunchAtStartup(bool on);
+    Q_INVOKABLE void setSmartThrottling(bool on);
+    Q_INVOKABLE void setCriticalAlertsOnly(bool on);
 
     // The polling timer, for tests that drive the cycle.
     QTimer& pollTimer() { return timer_; }

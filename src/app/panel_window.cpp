@@ -1,7 +1,10 @@
 #include "app/panel_window.h"
 
 #include "app/app_state.h"
+#include "app/appearance.h"
 #include "app/auth_store.h"
+#include "app/panel_images.h"
+#include "app/view_helpers.h"
 #include "model/fatal.h"
 
 #include <QGuiApplication>
@@ -74,8 +77,14 @@ void PanelWindow::ensureWindow() {
     QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     engine_ = std::make_unique<QQmlEngine>();
-    engine_->rootContext()->setContextProperty(QStringLiteral("appState"), &appState_);
-    engine_->rootContext()->setContextProperty(QStringLiteral("authStore"), &authStore_);
+    engine_->addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    engine_->addImageProvider(QStringLiteral("shadow"), new ShadowImageProvider);
+    auto* context = engine_->rootContext();
+    context->setContextProperty(QStringLiteral("appState"), &appState_);
+    context->setContextProperty(QStringLiteral("authStore"), &authStore_);
+    context->setContextProperty(QStringLiteral("views"),
+                                new ViewHelpers(systemClock(), engine_.get()));
+    context->setContextProperty(QStringLiteral("appearance"), new Appearance(engine_.get()));
 
     QQmlComponent component(engine_.get(), frameUrl);
     std::unique_ptr<QObject> root(component.create());

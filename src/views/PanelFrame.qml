@@ -1,6 +1,44 @@
 import QtQuick
 
+// The panel's window: a transparent frame with room for the soft shadow around the rounded
+// panel that holds the dashboard.
 Window {
     id: frame
     color: "transparent"
+
+    readonly property int shadowMargin: 24
+    readonly property int shadowBlur: 18
+    readonly property int cornerRadius: 10
+
+    BorderImage {
+        objectName: "panelShadow"
+        source: "image://shadow/" + frame.cornerRadius + "/" + frame.shadowBlur
+        x: panel.x - frame.shadowBlur
+        y: panel.y - frame.shadowBlur + 4
+        width: panel.width + 2 * frame.shadowBlur
+        height: panel.height + 2 * frame.shadowBlur
+        border.left: frame.shadowBlur + frame.cornerRadius + 1
+        border.top: frame.shadowBlur + frame.cornerRadius + 1
+        border.right: frame.shadowBlur + frame.cornerRadius + 1
+        border.bottom: frame.shadowBlur + frame.cornerRadius + 1
+        opacity: appearance.dark ? 0.7 : 0.32
+    }
+
+    Rectangle {
+        id: panel
+        objectName: "panel"
+        x: frame.shadowMargin
+        y: frame.shadowMargin
+        width: frame.width - 2 * frame.shadowMargin
+        height: frame.height - 2 * frame.shadowMargin
+        radius: frame.cornerRadius
+        color: appearance.background
+        border.width: 1
+        border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.14)
+
+        DashboardView {
+            anchors.fill: parent
+            anchors.margins: 1
+        }
+    }
 }

@@ -1,0 +1,43 @@
+import QtQuick
+import QtQuick.Layouts
+
+// Shown in place of the cards while no provider has delivered figures.
+Rectangle {
+    objectName: "emptyStateView"
+
+    Layout.fillWidth: true
+    implicitHeight: column.implicitHeight + 80
+    radius: 12
+    color: appearance.controlBackground
+    border.width: 1
+    border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.07) : Qt.rgba(0, 0, 0, 0.07)
+
+    ColumnLayout {
+        id: column
+        anchors.centerIn: parent
+        spacing: 12
+
+        Symbol {
+            Layout.alignment: Qt.AlignHCenter
+            name: "exclamationmark.triangle"
+            size: 32
+            color: appearance.secondary
+        }
+        Text {
+            objectName: "emptyTitle"
+            Layout.alignment: Qt.AlignHCenter
+            text: "No Providers Connected"
+            font.pixelSize: 13
+            font.weight: Font.DemiBold
+            color: appearance.primary
+        }
+        Text {
+            objectName: "emptyHint"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 4
+            text: "Check Settings to configure your accounts"
+            font.pixelSize: 11
+            color: appearance.secondary
+        }
+    }
+}
