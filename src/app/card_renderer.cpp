@@ -1,22 +1,19 @@
 #include "app/card_renderer.h"
 
-#include "model/relative_time.h"
+#include "app/appearance.h"
+#include "app/panel_images.h"
+#include "app/view_helpers.h"
 
-#include <QCoreApplication>
-#include <QGuiApplication>
-#include <QPalette>
+#include <QQmlContext>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickView>
 #include <QSGRendererInterface>
 
+#include <cmath>
+
 namespace quillon {
 namespace {
-
-Translator qtTranslator() {
-    return [](const std::string& key) {
-        return QCoreApplication::translate("RelativeTime", key.c_str()).toStdString();
-    };
-}
 
 QVariant optionalText(const std::optional<std::string>& text) {
     return text ? QVariant(QString::fromStdString(*text)) : QVariant();
@@ -40,21 +37,32 @@ QVariantMap toCardVariant(const SharedUsageData& snapshot) {
     put("codexPercent", optionalNumber(snapshot.codexPercent));
     put("claudeResetTime", optionalText(snapshot.claudeResetTime));
     put("codexResetTime", optionalText(snapshot.codexResetTime));
+    map.insert(QStringLiteral("lastUpdated"),
+               QDateTime::fromMSecsSinceEpoch(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                                  snapshot.lastUpdated.time_since_epoch())
+                                                  .count()));
     return map;
 }
 
 UsageCard::UsageCard(const std::optional<SharedUsageData>& snapshot, Instant now) {
     // A card is a one-off picture: the software renderer needs no GPU context and can draw a
     // window that is never shown.
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software) {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    }
     view_ = std::make_unique<QQuickView>();
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
-    view_->setColor(QGuiApplication::palette().color(QPalette::Active, QPalette::Window));
+    // The same helpers, colours and symbols as the panel's views, with the age of the figures
+    // measured at `now`.
+    view_->engine()->addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    auto* appearance = new Appearance(view_.get());
+    QQmlContext* context = view_->rootContext();
+    context->setContextProperty(QStringLiteral("appearance"), appearance);
+    context->setContextProperty(QStringLiteral("views"),
+                                new ViewHelpers([now] { return now; }, view_.get()));
+    view_->setColor(appearance->background());
     if (snapshot) {
-        view_->setInitialProperties(
-            {{QStringLiteral("snapshot"), toCardVariant(*snapshot)},
-             {QStringLiteral("updatedAgo"),
-              QString::fromStdString(relativeString(snapshot->lastUpdated, now, qtTranslator()))}});
+        view_->setInitialProperties({{QStringLiteral("snapshot"), toCardVariant(*snapshot)}});
         view_->setSource(QUrl(QStringLiteral("qrc:/views/UsageSnippetView.qml")));
     } else {
         view_->setSource(QUrl(QStringLiteral("qrc:/views/NoDataSnippetView.qml")));

@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <QString>
+#include <QVariantMap>
 
 #include <memory>
 #include <optional>

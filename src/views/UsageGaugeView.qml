@@ -11,21 +11,19 @@ Column {
     // A text, or undefined when the snapshot carries no reset time.
     property var resetTime
 
-    readonly property color primaryColor: palette.windowText
-    readonly property color arcColor: percent >= 90 || percent < 0 ? "#ff3b30"
-                                    : percent >= 75 ? "#ff9500"
-                                    : percent >= 50 ? "#ffcc00" : "#34c759"
+    readonly property color arcColor: percent >= 90 || percent < 0 ? appearance.red
+                                    : percent >= 75 ? appearance.orange
+                                    : percent >= 50 ? appearance.yellow
+                                    : appearance.green
     // Past 100 the ring is simply full; below 0 it is empty.
     readonly property real sweep: 360 * Math.min(Math.max(percent / 100, 0), 1)
 
     spacing: 8
 
-    SystemPalette { id: palette; colorGroup: SystemPalette.Active }
-
     Text {
         anchors.horizontalCenter: parent.horizontalCenter
         text: gauge.name
-        color: gauge.primaryColor
+        color: appearance.primary
         font.pixelSize: 17
         font.weight: Font.DemiBold
     }
@@ -41,8 +39,8 @@ Column {
             anchors.fill: parent
             antialiasing: true
             ShapePath {
-                strokeColor: Qt.rgba(gauge.primaryColor.r, gauge.primaryColor.g,
-                                     gauge.primaryColor.b, 0.2)
+                readonly property color ink: appearance.dark ? "white" : "black"
+                strokeColor: Qt.rgba(ink.r, ink.g, ink.b, 0.2)
                 strokeWidth: 8
                 fillColor: "transparent"
                 PathAngleArc {
@@ -71,27 +69,28 @@ Column {
         Column {
             anchors.centerIn: parent
             Text {
+                objectName: "percentText"
                 anchors.horizontalCenter: parent.horizontalCenter
                 text: Number(gauge.percent).toFixed(0)
-                color: gauge.primaryColor
+                color: appearance.primary
                 font.pixelSize: 32
                 font.bold: true
             }
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
                 text: "%"
-                color: Qt.rgba(gauge.primaryColor.r, gauge.primaryColor.g, gauge.primaryColor.b,
-                               0.6)
+                color: appearance.secondary
                 font.pixelSize: 12
             }
         }
     }
 
     Text {
+        objectName: "resetText"
         anchors.horizontalCenter: parent.horizontalCenter
         visible: gauge.resetTime !== undefined && gauge.resetTime !== null
         text: "Resets " + (visible ? gauge.resetTime : "")
-        color: Qt.rgba(gauge.primaryColor.r, gauge.primaryColor.g, gauge.primaryColor.b, 0.3)
+        color: appearance.tertiary
         font.pixelSize: 11
     }
 }

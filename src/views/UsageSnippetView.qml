@@ -2,24 +2,20 @@ import QtQuick
 
 // The card that answers "how much have I used?": one ring per connected provider and the age of
 // the figures. `snapshot` holds the saved figures (claudePercent, codexPercent, claudeResetTime,
-// codexResetTime; absent ones undefined); `updatedAgo` is the age as text, e.g. "3 min ago".
-// (An Item already owns a property called "data", hence the name `snapshot`.)
+// codexResetTime, absent ones undefined, and lastUpdated). An Item already owns a property
+// called "data", hence the name `snapshot`.
 Column {
     id: card
 
     property var snapshot: ({})
-    property string updatedAgo
 
     readonly property bool hasClaude: snapshot.claudePercent !== undefined
                                       && snapshot.claudePercent !== null
     readonly property bool hasCodex: snapshot.codexPercent !== undefined
                                      && snapshot.codexPercent !== null
-    readonly property color primaryColor: palette.windowText
 
     spacing: 16
     padding: 16
-
-    SystemPalette { id: palette; colorGroup: SystemPalette.Active }
 
     Row {
         anchors.horizontalCenter: parent.horizontalCenter
@@ -46,9 +42,10 @@ Column {
     }
 
     Text {
+        objectName: "lastUpdatedText"
         anchors.horizontalCenter: parent.horizontalCenter
-        text: "Last updated: " + card.updatedAgo
-        color: Qt.rgba(card.primaryColor.r, card.primaryColor.g, card.primaryColor.b, 0.6)
+        text: "Last updated: " + views.lastUpdatedText(card.snapshot.lastUpdated)
+        color: appearance.secondary
         font.pixelSize: 12
     }
 }
