@@ -74,7 +74,12 @@ void PanelWindow::ensureWindow() {
         return;
     }
     // A small panel needs no GPU context; the software back end also keeps memory down.
-    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    // The choice is made once per process, before its first Qt Quick window.
+    static const bool softwareChosen = [] {
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        return true;
+    }();
+    (void)softwareChosen;
 
     engine_ = std::make_unique<QQmlEngine>();
     engine_->addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
