@@ -54,6 +54,10 @@ std::optional<DayKey> dayOfText(std::string_view text) {
 
 // For the rare well-formed line the fast parser declines (numbers beyond 64 bits, deep nesting).
 std::optional<DayKey> readDocument(std::string_view line) {
+    // This reader would take a NUL byte for the end of the text; JSON has no place for one.
+    if (line.find('\0') != std::string_view::npos) {
+        return {};
+    }
     const auto document = nlohmann::json::parse(line, nullptr, false);
     if (!document.is_object()) {
         return std::nullopt;

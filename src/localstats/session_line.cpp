@@ -121,6 +121,10 @@ std::int64_t tokenCount(const nlohmann::json& value) {
 // nesting).
 Reading readDocument(std::string_view line) {
     Reading reading;
+    // This reader would take a NUL byte for the end of the text; JSON has no place for one.
+    if (line.find('\0') != std::string_view::npos) {
+        return {};
+    }
     const auto document = nlohmann::json::parse(line, nullptr, false);
     if (!document.is_object()) {
         return reading;

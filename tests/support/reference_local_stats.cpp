@@ -97,6 +97,10 @@ std::vector<std::string_view> splitLines(std::string_view text) {
 }
 
 std::optional<json> parseObject(std::string_view line) {
+    // nlohmann's reader stops at a NUL byte as if the text ended there; JSON has no place for one.
+    if (line.find('\0') != std::string_view::npos) {
+        return std::nullopt;
+    }
     auto document = json::parse(line, nullptr, false);
     if (!document.is_object()) {
         return std::nullopt;
