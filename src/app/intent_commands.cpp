@@ -54,6 +54,9 @@ std::unique_ptr<QCoreApplication> makeApplication(bool needsGui) {
     if (QCoreApplication::instance() != nullptr) {
         return nullptr;
     }
+    // The command's output is its reply; Qt's own remarks about the session (a missing runtime
+    // folder on a bare machine, say) are not part of it.
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     if (needsGui) {
         if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
             qEnvironmentVariableIsEmpty("DISPLAY") &&
