@@ -14,8 +14,11 @@ using test::PanelTest;
 
 class DashboardViewTest : public PanelTest {
 protected:
-    QQuickItem* card(const char* provider) const {
+    QQuickItem* card(const char* provider) {
         return item(("usageCard_" + std::string(provider)).c_str());
+    }
+    QQuickItem* cardPart(const char* provider, const char* name) {
+        return find(name, card(provider));
     }
     int shownSections(QQuickItem* within) const {
         int count = 0;
@@ -31,8 +34,8 @@ TEST_F(DashboardViewTest, BothProvidersAbsentShowOnlyTheEmptyState) {
     EXPECT_TRUE(shown(item("emptyStateView")));
     EXPECT_EQ(text(item("emptyTitle")), "No Providers Connected");
     EXPECT_EQ(text(item("emptyHint")), "Check Settings to configure your accounts");
-    EXPECT_FALSE(shown(card("claude")));
-    EXPECT_FALSE(shown(card("codex")));
+    EXPECT_FALSE(shown(find("usageCard_claude")));
+    EXPECT_FALSE(shown(find("usageCard_codex")));
     EXPECT_EQ(shownSections(nullptr), 0);
 }
 
@@ -42,10 +45,10 @@ TEST_F(DashboardViewTest, CardWithoutSonnetContextAndTodayShowsExactlyTwoSection
     QQuickItem* codexCard = card("codex");
     ASSERT_TRUE(shown(codexCard));
     EXPECT_EQ(shownSections(codexCard), 2);
-    EXPECT_FALSE(shown(codexCard->findChild<QQuickItem*>("contextBlock")));
-    EXPECT_FALSE(shown(codexCard->findChild<QQuickItem*>("todayBlock")));
+    EXPECT_FALSE(shown(find("contextBlock", codexCard)));
+    EXPECT_FALSE(shown(find("todayBlock", codexCard)));
     EXPECT_FALSE(shown(item("emptyStateView")));
-    EXPECT_EQ(text(codexCard->findChild<QQuickItem*>("cardTitle")), "Codex Usage");
+    EXPECT_EQ(text(find("cardTitle", codexCard)), "Codex Usage");
 }
 
 TEST_F(DashboardViewTest, FullCardShowsEveryBlockWithItsTexts) {
@@ -54,20 +57,20 @@ TEST_F(DashboardViewTest, FullCardShowsEveryBlockWithItsTexts) {
     QQuickItem* claudeCard = card("claude");
     ASSERT_TRUE(shown(claudeCard));
     EXPECT_EQ(shownSections(claudeCard), 3);
-    EXPECT_EQ(text(claudeCard->findChild<QQuickItem*>("cardTitle")), "Claude Usage");
-    EXPECT_EQ(text(claudeCard->findChild<QQuickItem*>("planText")), "Max 5x");
+    EXPECT_EQ(text(find("cardTitle", claudeCard)), "Claude Usage");
+    EXPECT_EQ(text(find("planText", claudeCard)), "Max 5x");
     QStringList labels;
     QStringList subtitles;
-    for (auto* section : claudeCard->findChildren<QQuickItem*>("usageSection")) {
-        labels << text(section->findChild<QQuickItem*>("sectionLabel"));
-        subtitles << text(section->findChild<QQuickItem*>("sectionSubtitle"));
+    for (auto* section : items("usageSection", claudeCard)) {
+        labels << text(find("sectionLabel", section));
+        subtitles << text(find("sectionSubtitle", section));
     }
     EXPECT_EQ(labels, (QStringList{"5-Hour Window", "Weekly", "Sonnet (7-day)"}));
     EXPECT_EQ(subtitles,
               (QStringList{"Resets in 2h 05m", "Resets Thu 9:00 AM", "Resets Thu 9:00 AM"}));
-    EXPECT_EQ(text(claudeCard->findChild<QQuickItem*>("contextPercent")), "23%");
-    EXPECT_EQ(text(claudeCard->findChild<QQuickItem*>("contextTokens")), "45.2K / 200.0K tokens");
-    EXPECT_TRUE(shown(claudeCard->findChild<QQuickItem*>("todayBlock")));
+    EXPECT_EQ(text(find("contextPercent", claudeCard)), "23%");
+    EXPECT_EQ(text(find("contextTokens", claudeCard)), "45.2K / 200.0K tokens");
+    EXPECT_TRUE(shown(find("todayBlock", claudeCard)));
     EXPECT_FALSE(shown(item("emptyStateView")));
 }
 
@@ -75,32 +78,32 @@ TEST_F(DashboardViewTest, CardWithoutPlanShowsNoBadge) {
     codex = test::plainCodex();
     codex->plan.reset();
     open();
-    EXPECT_FALSE(shown(card("codex")->findChild<QQuickItem*>("planBadge")));
+    EXPECT_FALSE(shown(cardPart("codex", "planBadge")));
 }
 
 TEST_F(DashboardViewTest, EmptyDayIsHidden) {
     claude = test::fullClaude();
     claude->today = TodayUsage{0, "0"};
     open();
-    EXPECT_FALSE(shown(card("claude")->findChild<QQuickItem*>("todayBlock")));
+    EXPECT_FALSE(shown(cardPart("claude", "todayBlock")));
 }
 
 TEST_F(DashboardViewTest, NoMessagesButTokensShowsTheDay) {
     claude = test::fullClaude();
     claude->today = TodayUsage{0, "1.2K"};
     open();
-    QQuickItem* today = card("claude")->findChild<QQuickItem*>("todayBlock");
+    QQuickItem* today = cardPart("claude", "todayBlock");
     ASSERT_TRUE(shown(today));
-    EXPECT_EQ(today->findChild<QQuickItem*>("messagesStat")->property("value").toString(), "0");
-    EXPECT_EQ(today->findChild<QQuickItem*>("tokensStat")->property("value").toString(), "1.2K");
+    EXPECT_EQ(find("messagesStat", today)->property("value").toString(), "0");
+    EXPECT_EQ(find("tokensStat", today)->property("value").toString(), "1.2K");
 }
 
 TEST_F(DashboardViewTest, BarColourAndWidthFollowThePercent) {
     claude = test::fullClaude();
     open();
-    QQuickItem* bar = card("claude")->findChild<QQuickItem*>("progressBar");
+    QQuickItem* bar = cardPart("claude", "progressBar");
     ASSERT_NE(bar, nullptr);
-    QQuickItem* fill = bar->findChild<QQuickItem*>("progressFill");
+    QQuickItem* fill = find("progressFill", bar);
     const Appearance colours;
     const struct {
         int percent;
@@ -122,8 +125,8 @@ TEST_F(DashboardViewTest, BarColourAndWidthFollowThePercent) {
 TEST_F(DashboardViewTest, BarEasesToItsNewLength) {
     claude = test::fullClaude();
     open();
-    QQuickItem* bar = card("claude")->findChild<QQuickItem*>("progressBar");
-    QQuickItem* fill = bar->findChild<QQuickItem*>("progressFill");
+    QQuickItem* bar = cardPart("claude", "progressBar");
+    QQuickItem* fill = find("progressFill", bar);
     bar->setProperty("percent", 100);
     test::spin(120);
     EXPECT_GT(fill->width(), bar->width() * 0.42);
@@ -193,10 +196,10 @@ TEST_F(DashboardViewTest, SettingsButtonSwapsTheCardsForTheSettingsAndBack) {
     EXPECT_EQ(item("settingsSymbol")->property("name").toString(), "gearshape");
     openSettings();
     EXPECT_TRUE(shown(item("inlineSettingsView")));
-    EXPECT_EQ(item("usageCard_codex"), nullptr);
+    EXPECT_EQ(find("usageCard_codex"), nullptr);
     EXPECT_EQ(item("settingsSymbol")->property("name").toString(), "chevron.left");
     click(item("settingsButton"));
-    EXPECT_EQ(item("inlineSettingsView"), nullptr);
+    EXPECT_EQ(find("inlineSettingsView"), nullptr);
     EXPECT_TRUE(shown(item("usageCard_codex")));
 }
 

@@ -87,14 +87,28 @@ protected:
         spin(450);
     }
 
-    QQuickItem* item(const char* name) const {
-        return panel->window()->findChild<QQuickItem*>(QString::fromUtf8(name));
+    // The item of that name in the panel's visual tree, or null.
+    QQuickItem* find(const char* name, QQuickItem* under = nullptr) const {
+        const auto all = items(name, under);
+        return all.isEmpty() ? nullptr : all.first();
     }
 
-    // All items of that name, visible or not.
+    // The item of that name; a missing one fails the test and stands in as a blank item.
+    QQuickItem* item(const char* name) {
+        if (QQuickItem* found = find(name)) {
+            return found;
+        }
+        ADD_FAILURE() << "no item named " << name;
+        return &missing_;
+    }
+
+    // All items of that name under `under` (the whole panel by default), visible or not, in
+    // the order they are laid out.
     QList<QQuickItem*> items(const char* name, QQuickItem* under = nullptr) const {
-        const QObject* root = under != nullptr ? static_cast<QObject*>(under) : panel->window();
-        return root->findChildren<QQuickItem*>(QString::fromUtf8(name));
+        QList<QQuickItem*> found;
+        collect(under != nullptr ? under : panel->window()->contentItem(), QString::fromUtf8(name),
+                found);
+        return found;
     }
 
     static QString text(const QQuickItem* item) {
@@ -133,7 +147,7 @@ protected:
 
     void openSettings() {
         click(item("settingsButton"));
-        ASSERT_TRUE(waitUntil([&] { return item("inlineSettingsView") != nullptr; }));
+        ASSERT_TRUE(waitUntil([&] { return find("inlineSettingsView") != nullptr; }));
         spin(300);
     }
 
@@ -177,7 +191,17 @@ protected:
     std::unique_ptr<PanelWindow> panel;
 
 private:
+    static void collect(QQuickItem* from, const QString& name, QList<QQuickItem*>& found) {
+        for (QQuickItem* child : from->childItems()) {
+            if (child->objectName() == name) {
+                found.append(child);
+            }
+            collect(child, name, found);
+        }
+    }
+
     QPalette savedPalette_;
+    QQuickItem missing_;
 };
 
 } // namespace quillon::test
