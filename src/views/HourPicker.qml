@@ -57,6 +57,8 @@ ComboBox {
     }
 
     popup: Popup {
+        // Kept inside the visible panel: the window around it is only shadow.
+        margins: 28
         y: control.height + 2
         width: control.width
         implicitHeight: Math.min(contentItem.implicitHeight + 8, 22 * 8 + 8)
