@@ -1,5 +1,6 @@
 #include "localstats/session_line.h"
 
+#include "localstats/byte_search.h"
 #include "localstats/json_line.h"
 #include "localstats/parser_limits.h"
 
@@ -23,14 +24,54 @@ constexpr std::string_view usageKey = "\"usage\"";
 constexpr std::string_view unicodeEscape = "\\u";
 
 const char* find(const char* from, const char* end, std::string_view needle) {
-    const void* hit =
-        ::memmem(from, static_cast<std::size_t>(end - from), needle.data(), needle.size());
-    return hit == nullptr ? end : static_cast<const char*>(hit);
+    // Probe the 'u' and the 'g' of "usage", the '\\' and the 'u' of an escape.
+    return needle == usageKey ? findBytes(from, end, needle, 1, 4)
+                              : findBytes(from, end, needle, 0, 1);
+}
+
+// Whether a line may hold "usage" as a key of its top-level object: some string directly inside
+// the outermost braces reads "usage", or has a \u escape that might spell it. For well-formed
+// JSON the nesting followed here is exact, so a "no" means the line adds nothing; a malformed
+// line adds nothing anyway. This costs a fraction of parsing, and most lines with "usage" carry
+// it inside their message, deeper down.
+bool mayHaveTopLevelUsage(const char* at, const char* end) {
+    int depth = 0;
+    while (at < end) {
+        const char c = *at;
+        if (c == '"') {
+            const char* start = at + 1;
+            const char* close = start;
+            bool unicodeEscape = false;
+            for (;;) {
+                close = findQuoteOrBackslash(close, end);
+                if (close >= end) {
+                    return false;
+                }
+                if (*close == '"') {
+                    break;
+                }
+                unicodeEscape = unicodeEscape || (close + 1 < end && close[1] == 'u');
+                close += 2;
+            }
+            if (depth == 1 &&
+                (unicodeEscape ||
+                 std::string_view(start, static_cast<std::size_t>(close - start)) == "usage")) {
+                return true;
+            }
+            at = close + 1;
+            continue;
+        }
+        depth += (c == '{' || c == '[') ? 1 : (c == '}' || c == ']') ? -1 : 0;
+        ++at;
+    }
+    return false;
 }
 
 bool mayAddUsage(std::string_view line) {
-    return line.find(usageKey) != std::string_view::npos ||
-           line.find(unicodeEscape) != std::string_view::npos;
+    const char* end = line.data() + line.size();
+    return (find(line.data(), end, usageKey) != end ||
+            find(line.data(), end, unicodeEscape) != end) &&
+           mayHaveTopLevelUsage(line.data(), end);
 }
 
 struct Reading {
@@ -205,7 +246,7 @@ void SessionLineReader::addLines(std::string_view text, DaySums& sums) {
         if (nextEscape < at) {
             nextEscape = find(at, end, unicodeEscape);
         }
-        if (nextUsage < lineEnd || nextEscape < lineEnd) {
+        if ((nextUsage < lineEnd || nextEscape < lineEnd) && mayHaveTopLevelUsage(at, lineEnd)) {
             addTo(sums,
                   readCandidate(std::string_view(at, static_cast<std::size_t>(lineEnd - at))));
         }

@@ -1,0 +1,172 @@
+// Speed and memory of reading the local Claude Code statistics from a heavy user's tree.
+//   localstats_bench [--home DIR] [Google Benchmark flags]
+// Without --home, a generated tree (over 1 GiB of session logs) is written once next to this
+// program and reused. The page cache is warm in every benchmark: the tree is read once before
+// timing starts, so the figures are those of the reader, not of the disk.
+#include "local_stats_tree.h"
+
+#include "localstats/local_stats_reader.h"
+#include "support/reference_local_stats.h"
+
+#include <benchmark/benchmark.h>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+
+namespace {
+
+using namespace quillon;
+namespace fs = std::filesystem;
+
+fs::path home;
+bench::TreeSize treeSize;
+const Instant now =
+    Instant{std::chrono::sys_days{std::chrono::year{2026} / 11 / 22}.time_since_epoch()} +
+    std::chrono::hours{12};
+
+void setBytes(benchmark::State& state) {
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * treeSize.sessionBytes));
+    state.counters["session_files"] = treeSize.sessionFiles;
+}
+
+void ColdRead(benchmark::State& state) {
+    for (auto _ : state) {
+        LocalStatsReader reader(home);
+        benchmark::DoNotOptimize(reader.read(now));
+    }
+    setBytes(state);
+}
+
+void PlainRead(benchmark::State& state) {
+    const test::ReferenceLocalStats reference(home);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(reference.read(now));
+    }
+    setBytes(state);
+}
+
+void WarmUnchanged(benchmark::State& state) {
+    LocalStatsReader reader(home);
+    reader.read(now);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(reader.read(now));
+    }
+}
+
+void WarmAfterAppendingOneMegabyte(benchmark::State& state) {
+    const fs::path log =
+        home / ".claude" / "projects" / "-home-dev-work-project100" / "session-1000.jsonl";
+    const fs::path copy = fs::temp_directory_path() / "localstats-bench-append.jsonl";
+    fs::copy_file(log, copy, fs::copy_options::overwrite_existing);
+    std::string megabyte;
+    while (megabyte.size() < (1u << 20)) {
+        megabyte +=
+            R"({"timestamp":"2026-11-22T11:00:00.000Z","type":"assistant","usage":{"input_tokens":12,"output_tokens":400},"message":{"content":")" +
+            std::string(2000, 'x') + "\"}}\n";
+    }
+    LocalStatsReader reader(home);
+    reader.read(now);
+    for (auto _ : state) {
+        state.PauseTiming();
+        std::ofstream(log, std::ios::binary | std::ios::app) << megabyte;
+        state.ResumeTiming();
+        benchmark::DoNotOptimize(reader.read(now));
+    }
+    fs::copy_file(copy, log, fs::copy_options::overwrite_existing);
+    fs::remove(copy);
+}
+
+long statusField(const char* name) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.starts_with(name)) {
+            return std::stol(line.substr(std::string(name).size()));
+        }
+    }
+    return 0;
+}
+
+// The peak memory of a cold read beyond what the process held before it, measured in a child
+// process whose peak is reset first.
+void ColdReadPeakMemory(benchmark::State& state) {
+    double extraMegabytes = 0;
+    for (auto _ : state) {
+        int pipeEnds[2];
+        if (::pipe(pipeEnds) != 0) {
+            state.SkipWithError("no pipe");
+            return;
+        }
+        const pid_t child = ::fork();
+        if (child == 0) {
+            std::ofstream("/proc/self/clear_refs") << "5";
+            const long before = statusField("VmRSS:");
+            LocalStatsReader reader(home);
+            reader.read(now);
+            const long extra = statusField("VmHWM:") - before;
+            (void)!::write(pipeEnds[1], &extra, sizeof extra);
+            ::_exit(0);
+        }
+        long extra = 0;
+        (void)!::read(pipeEnds[0], &extra, sizeof extra);
+        ::waitpid(child, nullptr, 0);
+        ::close(pipeEnds[0]);
+        ::close(pipeEnds[1]);
+        extraMegabytes = static_cast<double>(extra) / 1024.0;
+    }
+    state.counters["extra_MiB"] = extraMegabytes;
+    state.counters["largest_file_MiB"] = static_cast<double>(treeSize.largestFile) / (1 << 20);
+    state.counters["beyond_largest_MiB"] =
+        extraMegabytes - static_cast<double>(treeSize.largestFile) / (1 << 20);
+}
+
+fs::path defaultHome() {
+    return fs::canonical("/proc/self/exe").parent_path() / "localstats-tree";
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    home = defaultHome();
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::string(argv[i]) == "--home") {
+            home = argv[i + 1];
+            for (int k = i; k + 2 < argc + 1; ++k) {
+                argv[k] = argv[k + 2];
+            }
+            argc -= 2;
+            break;
+        }
+    }
+    if (home == defaultHome()) {
+        bench::ensureTree(home, bench::TreeShape{});
+    }
+    treeSize = bench::measureTree(home);
+    LocalStatsReader(home).read(now); // warms the page cache
+    benchmark::RegisterBenchmark("ColdRead", ColdRead)
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("PlainRead", PlainRead)
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("WarmUnchanged", WarmUnchanged)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("WarmAfterAppendingOneMegabyte", WarmAfterAppendingOneMegabyte)
+        ->Iterations(20)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("ColdReadPeakMemory", ColdReadPeakMemory)
+        ->Iterations(1)
+        ->Unit(benchmark::kMillisecond)
+        ->UseRealTime();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}
