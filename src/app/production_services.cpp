@@ -8,9 +8,9 @@ namespace quillon {
 
 AppServices productionServices(KeyValueStore& snapshotStore) {
     AppServices services;
-    // The providers, notifications and snapshot are wired in as they arrive; until then a fetch
-    // yields no figures and an alert goes nowhere.
+    // The providers are wired in as they arrive; until then a fetch yields no figures.
     services.snapshotStore = &snapshotStore;
+    // Alerts go to the desktop's notification service, never waiting for it.
     const auto notifications = std::make_shared<DesktopNotifications>();
     services.sendNotification = [notifications](const std::string& title, const std::string& body) {
         notifications->send(QString::fromStdString(title), QString::fromStdString(body));
