@@ -1,5 +1,6 @@
 #include "localstats/line_file.h"
 
+#include "localstats/descriptor.h"
 #include "localstats/json_line.h"
 
 #include <simdjson.h>
@@ -24,22 +25,6 @@ constexpr std::size_t fingerprintSpan = 4096;
 std::int64_t nanoseconds(const timespec& time) {
     return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 // Reads up to `size` bytes at `offset`; fewer only at the end of the file. -1 on failure.
 std::int64_t readAt(int fd, char* into, std::size_t size, std::int64_t offset) {
@@ -168,13 +153,18 @@ FileIdentity identityOf(const struct stat& status) {
             nanoseconds(status.st_ctim)};
 }
 
+bool isUnchanged(const LineFileState& state, const struct stat& status) {
+    return state.known && state.settled && S_ISREG(status.st_mode) &&
+           identityOf(status) == state.identity;
+}
+
 LineFileUpdate updateLineFile(const std::filesystem::path& path, LineFileState& state,
                               LineSink& sink) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return forget(state, sink);
     }
-    if (state.known && state.settled && identityOf(status) == state.identity) {
+    if (isUnchanged(state, status)) {
         return LineFileUpdate::unchanged;
     }
     const std::int64_t readStart = wallClockNanoseconds();

@@ -55,6 +55,9 @@ public:
     virtual void setTail(std::string_view line) = 0;
 };
 
+// Whether a file whose status is `status` is, as far as can be proven, the one `state` describes.
+bool isUnchanged(const LineFileState& state, const struct stat& status);
+
 enum class LineFileUpdate { unreadable, unchanged, appended, reread };
 
 // Brings `state` and `sink` up to date with the regular file at `path`: nothing is read when it

@@ -2,6 +2,7 @@
 
 #include "localstats/day_sums.h"
 #include "localstats/debug_log.h"
+#include "localstats/descriptor.h"
 #include "localstats/history_line.h"
 #include "localstats/line_file.h"
 #include "localstats/session_line.h"
@@ -10,7 +11,9 @@
 #include "model/numbers.h"
 #include "providers/formatters.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <unordered_map>
@@ -249,23 +252,36 @@ std::int64_t LocalStatsReader::sumTokens(std::string_view todayStr) {
     auto& sessions = caches_->sessions;
     const std::uint64_t pass = ++caches_->sessionPass;
     WideInt total = 0;
+    std::string key;
     for (const auto& folder : *candidates) {
         const auto* names = caches_->folders.list(folder);
         if (names == nullptr) {
             continue;
         }
+        // Names are looked up from the folder itself, which spares walking the whole path for
+        // each of its files.
+        const Descriptor folderHandle(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
         for (const auto& name : *names) {
             if (!name.name.ends_with(".jsonl")) {
                 continue;
             }
-            const auto path = folder / name.name;
-            auto& file = sessions[path.native()];
+            key.assign(folder.native()).append("/").append(name.name);
+            auto& file = sessions[key];
             if (!file) {
                 file = std::make_unique<SessionFile>(caches_->sessionLines);
             }
             file->pass = pass;
-            if (updateLineFile(path, file->state, *file) == LineFileUpdate::unreadable ||
-                !file->state.isUtf8()) {
+            struct stat status {};
+            const bool unchanged =
+                folderHandle.get() >= 0 &&
+                ::fstatat(folderHandle.get(), name.name.c_str(), &status, 0) == 0 &&
+                isUnchanged(file->state, status);
+            if (!unchanged &&
+                (updateLineFile(key, file->state, *file) == LineFileUpdate::unreadable ||
+                 !file->state.isUtf8())) {
+                continue;
+            }
+            if (!file->state.isUtf8()) {
                 continue;
             }
             // The sum stops at the addition that overflows, wherever in the file it lies.
