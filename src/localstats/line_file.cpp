@@ -74,7 +74,9 @@ public:
             return;
         }
         auto bigger = std::make_unique_for_overwrite<char[]>(size + jsonPadding);
-        std::memcpy(bigger.get(), bytes_.get(), keep);
+        if (keep > 0) {
+            std::memcpy(bigger.get(), bytes_.get(), keep);
+        }
         bytes_ = std::move(bigger);
         capacity_ = size;
     }
