@@ -1,14 +1,10 @@
 #include "app/application.h"
 
 #include "app/app_icon.h"
-#include "app/app_state.h"
-#include "app/auth_store.h"
-#include "app/panel_window.h"
+#include "app/panel_application.h"
 #include "app/production_services.h"
 #include "app/single_instance.h"
 #include "app/termination_signals.h"
-#include "app/title_subscription.h"
-#include "app/tray_icon.h"
 
 #include <QApplication>
 #include <QQuickWindow>
@@ -42,20 +38,7 @@ int runApplication(int argc, char** argv) {
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
 
-    AuthStore authStore;
-    SettingsFile settingsFile;
-    AppState appState(authStore, productionServices(settingsFile));
-    // Builds its window and views only when first opened.
-    PanelWindow panel(appState, authStore);
-    TrayIcon tray(TrayActions{
-        .togglePanel = [&panel](QPoint anchor) { panel.toggleAt(anchor); },
-        .showPanel = [&panel](QPoint anchor) { panel.showAt(anchor); },
-        .refresh = [&appState] { appState.refreshAll(); },
-        .quit = [] { QApplication::quit(); },
-    });
-    const TitleSubscription titles(appState, [&tray](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    const PanelApplication parts(productionServices);
     return QApplication::exec();
 }
 
