@@ -90,6 +90,11 @@ LocalServer::~LocalServer() {
         stopping_ = true;
     }
     stopped_.notify_all();
+    // stop() does nothing until the listening loop has begun, and that loop would then never end:
+    // a server destroyed right after construction must first see its thread start.
+    for (int i = 0; i < 5000 && !server_->is_running(); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     server_->stop();
     thread_.join();
 }
