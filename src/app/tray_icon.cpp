@@ -7,6 +7,7 @@
 
 #include <QCursor>
 #include <QDBusServiceWatcher>
+#include <QGuiApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
@@ -66,6 +67,12 @@ void TrayIcon::setMode(Mode mode) {
 }
 
 void TrayIcon::showFallback() {
+    // Only X11 has a tray for plain icons; elsewhere (a headless platform) there is nothing to
+    // show, and Qt's tray code would complain about the missing X11 interface.
+    if (!fallback_ && QGuiApplication::platformName() != QLatin1String("xcb")) {
+        setMode(Mode::fallback);
+        return;
+    }
     if (!fallback_) {
         fallback_ = std::make_unique<QSystemTrayIcon>(appIcon());
         fallback_->setContextMenu(&contextMenu());

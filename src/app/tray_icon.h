@@ -46,7 +46,8 @@ public:
 
     Mode mode() const { return mode_; }
     StatusNotifierItem& statusNotifierItem() { return *item_; }
-    // The fallback icon; none until the fallback was first needed.
+    // The fallback icon; none until the fallback was first needed, and none where the platform
+    // is not X11.
     QSystemTrayIcon* fallbackIcon() { return fallback_.get(); }
 
 signals:

@@ -160,6 +160,9 @@ TEST_F(SecondStartTest, TheSecondStartSaysSoAndLeavesTheFirstRunning) {
     first.terminate();
     ASSERT_TRUE(first.waitForFinished(20000));
     EXPECT_EQ(first.exitCode(), 0);
+    // The running application logs nothing.
+    EXPECT_EQ(first.readAllStandardError(), "");
+    EXPECT_EQ(first.readAllStandardOutput(), "");
 }
 
 TEST_F(SecondStartTest, SubcommandsRunWhileTheApplicationRuns) {
