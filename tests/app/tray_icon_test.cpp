@@ -1,9 +1,11 @@
+#include "app/app_icon.h"
 #include "app/app_state.h"
 #include "app/status_notifier_item.h"
 #include "app/title_subscription.h"
 #include "app/tray_icon.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
+#include "support/temp_dir.h"
 #include "tray_test_bus.h"
 
 #include <QDBusArgument>
@@ -15,6 +17,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <filesystem>
 #include <mutex>
 
 namespace quillon {
@@ -163,6 +166,29 @@ TEST_F(TrayIconTest, PublishesTheItemPropertiesWithTheProtocolsTypes) {
               "a(iiay)");
     EXPECT_EQ(itemValue(tray, "ToolTip").value<QDBusArgument>().currentSignature(), "(sa(iiay)ss)");
     EXPECT_EQ(toolTip(tray).title, "Quillon");
+}
+
+TEST_F(TrayIconTest, AnInstalledThemedIconIsNamed) {
+    const test::TempDir dir;
+    dir.write("icons/hicolor/index.theme", "[Icon Theme]\nName=Hicolor\nDirectories=48x48/apps\n\n"
+                                           "[48x48/apps]\nSize=48\nType=Fixed\n");
+    const auto folder = dir.path() / "icons/hicolor/48x48/apps";
+    std::filesystem::create_directories(folder);
+    ASSERT_TRUE(generatePlaceholderAppIcon(48).save(
+        QString::fromStdString((folder / "quillon.png").string()), "PNG"));
+    const QStringList oldPaths = QIcon::themeSearchPaths();
+    const QString oldTheme = QIcon::themeName();
+    QIcon::setThemeSearchPaths({QString::fromStdString((dir.path() / "icons").string())});
+    QIcon::setThemeName(QStringLiteral("hicolor"));
+
+    ASSERT_TRUE(watcher.start());
+    {
+        TrayIcon tray(actions());
+        EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon");
+        EXPECT_EQ(toolTip(tray).iconName, "quillon");
+    }
+    QIcon::setThemeSearchPaths(oldPaths);
+    QIcon::setThemeName(oldTheme);
 }
 
 TEST_F(TrayIconTest, IconPixmapsAreArgbInNetworkByteOrderInSeveralSizes) {
