@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <mutex>
@@ -123,6 +124,11 @@ struct ParsedUrl {
 
 // The URL normalised by libcurl, or nothing when it is not a valid absolute URL with a host.
 std::optional<ParsedUrl> parseUrl(const std::string& text) {
+    // libcurl reads "http:///path" as the host "path"; that URL has no host.
+    const auto authority = text.find("://");
+    if (authority != std::string::npos && text.compare(authority + 3, 1, "/") == 0) {
+        return std::nullopt;
+    }
     const UrlHandle url(curl_url());
     if (!url || curl_url_set(url.get(), CURLUPART_URL, text.c_str(), CURLU_NON_SUPPORT_SCHEME) !=
                     CURLUE_OK) {
@@ -156,11 +162,24 @@ HeaderList headerList(const HttpHeaders& headers) {
 }
 
 struct Transfer {
+    CURL* easy = nullptr;
     std::string body;
     std::size_t maxBodyBytes = 0;
     bool tooLarge = false;
     const Cancellation* cancellation = nullptr;
 };
+
+// Room for the whole body at once: growing a string step by step leaves each smaller copy
+// behind in the heap, which adds up to twice the body. Pages that are never written cost nothing.
+std::size_t bodyReservation(const Transfer& transfer) {
+    constexpr std::size_t unknownLengthReservation = std::size_t{16} << 20;
+    curl_off_t announced = -1;
+    curl_easy_getinfo(transfer.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced);
+    if (announced >= 0 && static_cast<std::uint64_t>(announced) < transfer.maxBodyBytes) {
+        return static_cast<std::size_t>(announced);
+    }
+    return std::min(transfer.maxBodyBytes, unknownLengthReservation);
+}
 
 std::size_t collectBody(char* data, std::size_t size, std::size_t count, void* context) {
     auto& transfer = *static_cast<Transfer*>(context);
@@ -169,6 +188,9 @@ std::size_t collectBody(char* data, std::size_t size, std::size_t count, void* c
         // Returning short makes libcurl stop the transfer at once.
         transfer.tooLarge = true;
         return 0;
+    }
+    if (transfer.body.empty()) {
+        transfer.body.reserve(bodyReservation(transfer));
     }
     transfer.body.append(data, bytes);
     return bytes;
@@ -219,6 +241,7 @@ std::optional<std::string> fetchBody(const ParsedUrl& start, const HttpHeaders& 
         throw TransportError("the transfer could not be set up");
     }
     Transfer transfer;
+    transfer.easy = easy.get();
     transfer.maxBodyBytes = options.maxBodyBytes;
     transfer.cancellation = options.cancellation;
     configure(easy.get(), transfer, headerLines.get(), resolve.get(), options);

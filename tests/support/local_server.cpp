@@ -82,6 +82,11 @@ LocalServer::LocalServer(Scheme scheme) : scheme_(scheme) {
     }
     // The socket already listens, so requests made before this thread runs simply wait.
     thread_ = std::thread([this] { server_->listen_after_bind(); });
+    // httplib's stop() does nothing until the accept loop runs, so a server destroyed at once
+    // would leave that loop waiting forever.
+    while (!server_->is_running()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 LocalServer::~LocalServer() {
