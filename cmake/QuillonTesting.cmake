@@ -4,10 +4,12 @@
 # runs (so a test that needs a display is listed under the display that CTest runs with).
 #   QT   links the shell and uses a main() that creates the QApplication.
 #   BUS  runs every test case on a private D-Bus session bus of its own (dbus-run-session).
+#   OWN_DISPLAY  runs every test case on a virtual display of its own (tests/app/own_display.sh).
+# The wrappers must be set before the tests are discovered: discovery reads them once.
 include(GoogleTest)
 
 function(quillon_add_test name)
-    cmake_parse_arguments(ARG "QT;BUS" "" "SOURCES;LIBS" ${ARGN})
+    cmake_parse_arguments(ARG "QT;BUS;OWN_DISPLAY" "" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE quillon_test_support quillon_warnings GTest::gmock
                                           ${ARG_LIBS})
@@ -16,9 +18,15 @@ function(quillon_add_test name)
     else()
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()
+    set(wrappers "")
+    if(ARG_OWN_DISPLAY)
+        list(APPEND wrappers "${PROJECT_SOURCE_DIR}/tests/app/own_display.sh")
+    endif()
     if(ARG_BUS)
-        set_target_properties(${name} PROPERTIES
-            CROSSCOMPILING_EMULATOR "dbus-run-session;--config-file=${QUILLON_TEST_BUS_CONFIG};--")
+        list(APPEND wrappers dbus-run-session "--config-file=${QUILLON_TEST_BUS_CONFIG}" --)
+    endif()
+    if(wrappers)
+        set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${wrappers}")
     endif()
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
