@@ -1,0 +1,174 @@
+// The demo: the real Quillon application (the same shell and views) against a local sample
+// service, with a sample Claude Code home in a temporary folder, so that a newcomer sees a filled
+// panel without any account. It opens the panel at once.
+//
+//   quillon_demo                    run until quit (from the panel's footer or the tray menu)
+//   quillon_demo --screenshots DIR  write DIR/panel.png and DIR/settings.png, then quit
+//   quillon_demo --cycles N         run N refresh cycles back to back and print, as JSON, the
+//                                   resident memory after the first ten and after all of them
+#include "app/app_icon.h"
+#include "app/application.h"
+#include "app/panel_application.h"
+#include "app/production_services.h"
+#include "app/provider_fetches.h"
+#include "app/termination_signals.h"
+#include "localstats/local_stats_reader.h"
+#include "sample_home.h"
+#include "sample_service.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <cstdio>
+#include <iostream>
+#include <memory>
+
+namespace {
+
+using namespace quillon;
+
+struct Options {
+    QString screenshots;
+    int cycles = 0;
+};
+
+Options parse(const QStringList& args) {
+    Options options;
+    for (qsizetype i = 1; i + 1 < args.size(); ++i) {
+        if (args.at(i) == QStringLiteral("--screenshots")) {
+            options.screenshots = args.at(++i);
+        } else if (args.at(i) == QStringLiteral("--cycles")) {
+            options.cycles = args.at(++i).toInt();
+        }
+    }
+    return options;
+}
+
+// Spins the event loop until `done` holds or `ms` pass.
+bool waitFor(const std::function<bool()>& done, int ms) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!done()) {
+        if (timer.elapsed() > ms) {
+            return false;
+        }
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    }
+    return true;
+}
+
+void settle(int ms) {
+    waitFor([] { return false; }, ms);
+}
+
+long residentKb() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return -1;
+    }
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:")) {
+            return line.mid(6).trimmed().split(' ').first().toLong();
+        }
+    }
+    return -1;
+}
+
+bool refreshOnce(AppState& state) {
+    state.refreshAll();
+    return waitFor([&] { return !state.isRefreshing(); }, 10000);
+}
+
+int runCycles(AppState& state, int cycles) {
+    int done = 0;
+    for (; done < 10 && done < cycles; ++done) {
+        refreshOnce(state);
+    }
+    const long warm = residentKb();
+    for (; done < cycles; ++done) {
+        if (!refreshOnce(state)) {
+            std::fputs("a refresh did not finish\n", stderr);
+            return 1;
+        }
+    }
+    std::printf("{\"cycles\":%d,\"rss_after_10_kb\":%ld,\"rss_after_all_kb\":%ld}\n", cycles, warm,
+                residentKb());
+    return 0;
+}
+
+int writeScreenshots(PanelWindow& panel, const QString& folder) {
+    QDir().mkpath(folder);
+    QQuickWindow* window = panel.window();
+    settle(800); // the bars' 0.3 s animation
+    const QRect area = panel.panelGeometry().translated(-window->position());
+    const auto save = [&](const QString& name) {
+        const QString file = QDir(folder).filePath(name);
+        const bool saved = window->grabWindow().copy(area.adjusted(-20, -20, 20, 20)).save(file);
+        std::cout << (saved ? "wrote " : "could not write ") << file.toStdString() << '\n';
+        return saved;
+    };
+    bool ok = save(QStringLiteral("panel.png"));
+    auto* dashboard =
+        window->contentItem()->findChild<QQuickItem*>(QStringLiteral("dashboardView"));
+    if (dashboard != nullptr) {
+        dashboard->setProperty("showSettings", true);
+        settle(800);
+        ok = save(QStringLiteral("settings.png")) && ok;
+    }
+    return ok ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    prepareGuiPlatform();
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Quillon"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setWindowIcon(appIcon());
+    const Options options = parse(QApplication::arguments());
+
+    // A home of its own: the sample Claude Code and Codex files, and settings that never touch
+    // the user's own.
+    QTemporaryDir home;
+    const std::filesystem::path homePath = home.path().toStdString();
+    demo::writeSampleHome(homePath, std::chrono::system_clock::now());
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(QStringLiteral(".config"))));
+
+    demo::SampleService service;
+    ProviderEnvironment env;
+    env.claudeApiBase = env.claudeWebBase = env.chatgptBase = service.baseUrl();
+    env.home = homePath;
+    env.securityTool = (homePath / "no-keychain-tool").string();
+    const auto reader = std::make_shared<LocalStatsReader>(homePath);
+    env.readLocalStats = [reader, clock = env.clock] { return reader->read(clock()); };
+
+    TerminationSignals terminationSignals;
+    QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
+
+    PanelApplication parts([&env](KeyValueStore& snapshotStore) {
+        AppServices services = productionServices(snapshotStore);
+        services.fetchClaude = claudeFetch(env);
+        services.fetchCodex = codexFetch(env);
+        return services;
+    });
+    AppState& state = parts.appState();
+    waitFor([&] { return !state.isRefreshing(); }, 10000);
+
+    if (options.cycles > 0) {
+        return runCycles(state, options.cycles);
+    }
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    parts.panel().showAt(QPoint(screen.center().x(), screen.top()));
+    if (!options.screenshots.isEmpty()) {
+        return writeScreenshots(parts.panel(), options.screenshots);
+    }
+    return QApplication::exec();
+}
