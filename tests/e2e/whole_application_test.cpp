@@ -1,0 +1,359 @@
+// The whole application as the shipped program builds it (credential store, state and refresh
+// cycle, tray item, title subscription, panel), with the real providers talking HTTPS to the
+// sample service, on a private session bus with a stand-in panel host and notification service,
+// in a home folder of its own. Each test follows several refresh cycles and checks what a user
+// sees and hears of them: the item's label and tooltip over the bus, the desktop notifications,
+// the snapshot in the settings file and the command-line answers of the real binary.
+#include "app/auth_store.h"
+#include "app/panel_application.h"
+#include "app/production_services.h"
+#include "app/provider_fetches.h"
+#include "app/status_notifier_item.h"
+#include "app/title_subscription.h"
+#include "app/tray_dbus_types.h"
+#include "fake_notification_server.h"
+#include "intents/shared_usage_data.h"
+#include "localstats/local_stats_reader.h"
+#include "quillon_process.h"
+#include "sample_home.h"
+#include "sample_service.h"
+#include "support/qt_wait.h"
+#include "support/test_ca.h"
+#include "temporary_home.h"
+#include "tray_test_bus.h"
+
+#include <QDBusArgument>
+#include <QDBusVariant>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <set>
+
+namespace quillon {
+namespace {
+
+using namespace std::chrono_literals;
+using test::waitUntil;
+
+// Generous: two cores may be busy with the rest of the suite.
+constexpr int deadlineMs = 30000;
+
+// The first item of that name in the visual tree below `under`, or null.
+QQuickItem* findItem(const QString& name, QQuickItem* under) {
+    for (QQuickItem* child : under->childItems()) {
+        if (child->objectName() == name) {
+            return child;
+        }
+        if (QQuickItem* found = findItem(name, child)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+class WholeApplicationTest : public ::testing::Test {
+protected:
+    WholeApplicationTest() {
+        demo::writeSampleHome(home.path(), std::chrono::system_clock::now());
+        env.claudeApiBase = env.claudeWebBase = env.chatgptBase = service.baseUrl();
+        env.home = home.path();
+        env.securityTool = (home.path() / "no-keychain-tool").string();
+        env.userName = "ada";
+        env.fetch.caFile = test::testCertificates().caFile.string();
+        env.fetch.timeout = 20s;
+        env.readLocalStats = [reader = std::make_shared<LocalStatsReader>(home.path()),
+                              clock = env.clock] { return reader->read(clock()); };
+    }
+
+    ~WholeApplicationTest() override {
+        parts.reset();
+        watcher.stop();
+        QDBusConnection::disconnectFromBus(QStringLiteral("whole-application-client"));
+    }
+
+    // Claude through its web login (a stored cookie) instead of the Claude Code login.
+    void useClaudeWebLogin() {
+        std::filesystem::remove(home.path() / ".claude/.credentials.json");
+        AuthStore(SettingsFile(home.settingsPath())).setClaudeCookieHeader("sessionKey=sk-web-1");
+    }
+
+    // Starts the application as the shipped program does and waits for its first refresh to
+    // be published and for its item to be registered with the panel host.
+    void start() {
+        ASSERT_TRUE(watcher.start());
+        ASSERT_TRUE(notifications.start());
+        parts = std::make_unique<PanelApplication>([this](KeyValueStore& snapshotStore) {
+            AppServices services = productionServices(snapshotStore);
+            services.fetchClaude = claudeFetch(env);
+            services.fetchCodex = codexFetch(env);
+            return services;
+        });
+        ASSERT_TRUE(waitUntil([&] { return state().lastUpdated().has_value(); }, deadlineMs));
+        ASSERT_TRUE(waitUntil([&] { return !state().isRefreshing(); }, deadlineMs));
+        ASSERT_TRUE(waitUntil([&] { return watcher.registeredItems().size() == 1; }, deadlineMs));
+        ASSERT_EQ(parts->tray().mode(), TrayIcon::Mode::statusNotifierItem);
+    }
+
+    AppState& state() { return parts->appState(); }
+
+    // One refresh cycle, as the timer or the refresh button starts it, waited for to the end.
+    void refresh() {
+        ASSERT_TRUE(waitUntil([&] { return !state().isRefreshing(); }, deadlineMs));
+        state().refreshAll();
+        ASSERT_TRUE(state().isRefreshing());
+        ASSERT_TRUE(waitUntil([&] { return !state().isRefreshing(); }, deadlineMs));
+        // The title follows after its debounce.
+        test::spin(TitleSubscription::debounceMs * 3);
+    }
+
+    QVariant itemProperty(const char* name) {
+        const QDBusMessage reply = test::getProperty(
+            client, parts->tray().statusNotifierItem().serviceName(),
+            QString::fromLatin1(StatusNotifierItem::objectPath),
+            QString::fromLatin1(StatusNotifierItem::interfaceName), QString::fromLatin1(name));
+        EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+        return reply.arguments().value(0).value<QDBusVariant>().variant();
+    }
+
+    QString label() { return itemProperty("XAyatanaLabel").toString(); }
+
+    SniToolTip toolTip() {
+        SniToolTip tip;
+        itemProperty("ToolTip").value<QDBusArgument>() >> tip;
+        return tip;
+    }
+
+    // Waits for the label a panel host reads over the bus, then checks it and the tooltip.
+    void expectShown(const QString& title) {
+        waitUntil([&] { return label() == title; }, deadlineMs);
+        EXPECT_EQ(label().toStdString(), title.toStdString());
+        const SniToolTip tip = toolTip();
+        EXPECT_EQ(tip.title.toStdString(), "Quillon");
+        EXPECT_EQ(tip.text.toStdString(), title.toStdString());
+    }
+
+    // The bodies of the notifications received since the last call, once `count` have come;
+    // waits a little longer so that a surplus one is caught too.
+    std::multiset<std::string> newNotifications(std::size_t count) {
+        waitUntil([&] { return notifications.calls.size() >= seen_ + count; }, deadlineMs);
+        test::spin(300);
+        std::multiset<std::string> bodies;
+        for (; seen_ < notifications.calls.size(); ++seen_) {
+            const auto& call = notifications.calls[seen_];
+            EXPECT_EQ(call.appName.toStdString(), "Quillon");
+            EXPECT_EQ(call.summary.toStdString(), "Quillon");
+            bodies.insert(call.body.toStdString());
+        }
+        return bodies;
+    }
+
+    std::optional<SharedUsageData> savedSnapshot() const {
+        return SharedUsageData::load(SettingsFile(home.settingsPath()));
+    }
+
+    // What the real binary answers for `command` from the saved snapshot.
+    std::string answer(const char* command) {
+        const test::ProcessOutcome outcome = test::runQuillon({QString::fromLatin1(command)});
+        EXPECT_EQ(outcome.exitCode, 0) << command;
+        EXPECT_EQ(outcome.err, "") << command;
+        return outcome.out;
+    }
+
+    std::string codexReset() { return state().codexUsage()->fiveHour.resetLabel; }
+
+    void setFigures(double claude, double codex) {
+        demo::SampleFigures figures;
+        figures.claudeFiveHour = claude;
+        figures.codexFiveHour = codex;
+        service.setFigures(figures);
+    }
+
+    test::TemporaryHome home;
+    demo::SampleService service{demo::SampleFigures{},
+                                demo::SampleTls{test::testCertificates().certificateFile,
+                                                test::testCertificates().keyFile}};
+    ProviderEnvironment env;
+    QDBusConnection client = test::otherBusConnection(QStringLiteral("whole-application-client"));
+    test::FakeStatusNotifierWatcher watcher{client};
+    test::FakeNotificationServer notifications;
+    std::unique_ptr<PanelApplication> parts;
+
+private:
+    std::size_t seen_ = 0;
+};
+
+TEST_F(WholeApplicationTest, TheFirstRefreshShowsTheSampleFiguresEverywhere) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+    EXPECT_TRUE(newNotifications(0).empty());
+    EXPECT_EQ(service.claudeRequests(), 1);
+    EXPECT_GE(service.codexRequests(), 1);
+
+    const auto snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, 42);
+    EXPECT_EQ(snapshot->codexPercent, 17);
+    EXPECT_EQ(snapshot->claudePlan, "max");
+    EXPECT_EQ(snapshot->codexPlan, "plus");
+    EXPECT_EQ(snapshot->claudeResetTime, "Resets in 2h 05m");
+    EXPECT_EQ(snapshot->codexResetTime, codexReset());
+    ASSERT_TRUE(state().lastUpdated().has_value());
+    EXPECT_LT(std::chrono::abs(snapshot->lastUpdated - *state().lastUpdated()), 1ms);
+
+    EXPECT_EQ(answer("get-usage"), "Claude is at 42 percent and Codex is at 17 percent\n");
+    EXPECT_EQ(answer("get-claude-usage"), "Your Claude usage is at 42 percent. Resets in 2h 05m\n");
+    EXPECT_EQ(answer("get-codex-usage"), "Your Codex usage is at 17 percent. Resets in 3h 11m\n");
+}
+
+TEST_F(WholeApplicationTest, CrossingsAreAnnouncedOnceAndReArmAfterAFall) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+
+    setFigures(77, 55);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:77% X:55%"));
+    EXPECT_EQ(newNotifications(3), (std::multiset<std::string>{
+                                       "Claude Code has reached 50% of 5-hour limit",
+                                       "Claude Code has reached 75% of 5-hour limit",
+                                       "Codex has reached 50% of 5-hour limit",
+                                   }));
+    EXPECT_EQ(answer("get-usage"), "Claude is at 77 percent and Codex is at 55 percent\n");
+    EXPECT_EQ(answer("get-claude-usage"), "Your Claude usage is at 77 percent. Resets in 2h 05m. "
+                                          "You're getting close to your limit.\n");
+
+    // The same figures again: nothing is repeated.
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:77% X:55%"));
+    EXPECT_TRUE(newNotifications(0).empty());
+
+    setFigures(92.4, 55);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:92% X:55%"));
+    EXPECT_EQ(newNotifications(1),
+              (std::multiset<std::string>{"Claude Code has reached 90% of 5-hour limit"}));
+    EXPECT_EQ(answer("get-claude-usage"), "Your Claude usage is at 92 percent. Resets in 2h 05m. "
+                                          "Warning: You're approaching your limit!\n");
+
+    // A fall re-arms the thresholds above it silently; the next climb announces them again.
+    setFigures(60, 40);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:60% X:40%"));
+    EXPECT_TRUE(newNotifications(0).empty());
+
+    setFigures(80, 50);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:80% X:50%"));
+    EXPECT_EQ(newNotifications(2), (std::multiset<std::string>{
+                                       "Claude Code has reached 75% of 5-hour limit",
+                                       "Codex has reached 50% of 5-hour limit",
+                                   }));
+
+    const auto snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, 80);
+    EXPECT_EQ(snapshot->codexPercent, 50);
+    EXPECT_EQ(answer("get-codex-usage"),
+              "Your Codex usage is at 50 percent. " + codexReset() + "\n");
+}
+
+TEST_F(WholeApplicationTest, AClaudeOutageKeepsItsFiguresAndRaisesNothing) {
+    ASSERT_NO_FATAL_FAILURE(useClaudeWebLogin());
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+    ASSERT_TRUE(state().claudeUsage().has_value());
+    const Instant firstUpdate = *state().lastUpdated();
+    const int claudeRequestsBefore = service.claudeRequests();
+
+    // Claude answers with an outage page while Codex climbs past 50%.
+    service.setClaudeDown(true);
+    setFigures(96, 58);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    EXPECT_GT(service.claudeRequests(), claudeRequestsBefore);
+    expectShown(QStringLiteral(" C:42% X:58%"));
+    ASSERT_TRUE(state().claudeUsage().has_value());
+    EXPECT_EQ(state().claudeUsage()->fiveHour.percent, 42);
+    EXPECT_EQ(state().claudeUsage()->plan, "max");
+    ASSERT_TRUE(state().lastUpdated().has_value());
+    EXPECT_GT(*state().lastUpdated(), firstUpdate);
+    EXPECT_EQ(newNotifications(1),
+              (std::multiset<std::string>{"Codex has reached 50% of 5-hour limit"}));
+
+    auto snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, 42);
+    EXPECT_EQ(snapshot->claudePlan, "max");
+    EXPECT_EQ(snapshot->claudeResetTime, "Resets in 2h 05m");
+    EXPECT_EQ(snapshot->codexPercent, 58);
+    EXPECT_LT(std::chrono::abs(snapshot->lastUpdated - *state().lastUpdated()), 1ms);
+    EXPECT_EQ(answer("get-claude-usage"), "Your Claude usage is at 42 percent. Resets in 2h 05m\n");
+
+    // Still down: nothing new anywhere, yet the refresh is still recorded.
+    const Instant secondUpdate = *state().lastUpdated();
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:42% X:58%"));
+    EXPECT_GT(*state().lastUpdated(), secondUpdate);
+    EXPECT_TRUE(newNotifications(0).empty());
+
+    // Back up: the new Claude figure arrives and its crossings are announced.
+    service.setClaudeDown(false);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:96% X:58%"));
+    EXPECT_EQ(newNotifications(3), (std::multiset<std::string>{
+                                       "Claude Code has reached 50% of 5-hour limit",
+                                       "Claude Code has reached 75% of 5-hour limit",
+                                       "Claude Code has reached 90% of 5-hour limit",
+                                   }));
+    snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, 96);
+    EXPECT_EQ(answer("get-usage"), "Claude is at 96 percent and Codex is at 58 percent\n");
+}
+
+// The item's primary click, as a panel host sends it, opens the panel with both cards.
+TEST_F(WholeApplicationTest, ActivatingTheItemOpensThePanelWithBothCards) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+    EXPECT_FALSE(parts->panel().isVisible());
+
+    auto call = QDBusMessage::createMethodCall(
+        parts->tray().statusNotifierItem().serviceName(),
+        QString::fromLatin1(StatusNotifierItem::objectPath),
+        QString::fromLatin1(StatusNotifierItem::interfaceName), QStringLiteral("Activate"));
+    call << 900 << 12;
+    const QDBusMessage reply = test::callAndWait(client, call);
+    ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    ASSERT_TRUE(waitUntil([&] { return parts->panel().isVisible(); }, deadlineMs));
+    QQuickWindow* window = parts->panel().window();
+    ASSERT_TRUE(waitUntil([&] { return window->isExposed(); }, deadlineMs));
+
+    const auto percentOf = [&](const char* card) -> std::string {
+        QQuickItem* found = findItem(QString::fromLatin1(card), window->contentItem());
+        if (found == nullptr || !found->isVisible()) {
+            return "no visible " + std::string(card);
+        }
+        QQuickItem* percent = findItem(QStringLiteral("sectionPercent"), found);
+        return percent == nullptr ? "no percent"
+                                  : percent->property("text").toString().toStdString();
+    };
+    ASSERT_TRUE(waitUntil([&] { return percentOf("usageCard_codex") == "17%"; }, deadlineMs));
+    EXPECT_EQ(percentOf("usageCard_claude"), "42%");
+    EXPECT_EQ(percentOf("usageCard_codex"), "17%");
+    QQuickItem* empty = findItem(QStringLiteral("emptyStateView"), window->contentItem());
+    EXPECT_TRUE(empty == nullptr || !empty->isVisible());
+
+    // The panel sits under the click, centred on it.
+    const QRect placed = parts->panel().panelGeometry();
+    EXPECT_EQ(placed.x() + placed.width() / 2, 900) << placed.x();
+
+    // A second click closes it again.
+    test::spin(PanelWindow::toggleGraceMs + 100);
+    ASSERT_EQ(test::callAndWait(client, call).type(), QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(waitUntil([&] { return !parts->panel().isVisible(); }, deadlineMs));
+}
+
+} // namespace
+} // namespace quillon
