@@ -10,10 +10,8 @@
 
 #include <benchmark/benchmark.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
+#include <cstdio>
 #include <fstream>
 #include <string>
 
@@ -91,37 +89,36 @@ long statusField(const char* name) {
     return 0;
 }
 
-// The peak memory of a cold read beyond what the process held before it, measured in a child
-// process whose peak is reset first.
+// The peak memory of a cold read beyond what the process held before it, measured in a fresh
+// process (this program again) so that nothing read before is already in its heap.
 void ColdReadPeakMemory(benchmark::State& state) {
     double extraMegabytes = 0;
     for (auto _ : state) {
-        int pipeEnds[2];
-        if (::pipe(pipeEnds) != 0) {
-            state.SkipWithError("no pipe");
-            return;
+        const std::string command = "'" + fs::canonical("/proc/self/exe").string() +
+                                    "' --peak-memory-of-cold-read '" + home.string() + "'";
+        FILE* child = ::popen(command.c_str(), "r");
+        long extra = -1;
+        if (child == nullptr || std::fscanf(child, "%ld", &extra) != 1) {
+            state.SkipWithError("the measuring process gave no figure");
         }
-        const pid_t child = ::fork();
-        if (child == 0) {
-            std::ofstream("/proc/self/clear_refs") << "5";
-            const long before = statusField("VmRSS:");
-            LocalStatsReader reader(home);
-            reader.read(now);
-            const long extra = statusField("VmHWM:") - before;
-            (void)!::write(pipeEnds[1], &extra, sizeof extra);
-            ::_exit(0);
+        if (child != nullptr) {
+            ::pclose(child);
         }
-        long extra = 0;
-        (void)!::read(pipeEnds[0], &extra, sizeof extra);
-        ::waitpid(child, nullptr, 0);
-        ::close(pipeEnds[0]);
-        ::close(pipeEnds[1]);
         extraMegabytes = static_cast<double>(extra) / 1024.0;
     }
     state.counters["extra_MiB"] = extraMegabytes;
     state.counters["largest_file_MiB"] = static_cast<double>(treeSize.largestFile) / (1 << 20);
     state.counters["beyond_largest_MiB"] =
         extraMegabytes - static_cast<double>(treeSize.largestFile) / (1 << 20);
+}
+
+// The measuring process: peak resident kilobytes of one cold read beyond those held before it.
+int measurePeakMemory(const fs::path& tree) {
+    const long before = statusField("VmRSS:");
+    LocalStatsReader reader(tree);
+    reader.read(now);
+    std::printf("%ld\n", statusField("VmHWM:") - before);
+    return 0;
 }
 
 fs::path defaultHome() {
@@ -131,6 +128,9 @@ fs::path defaultHome() {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == "--peak-memory-of-cold-read") {
+        return measurePeakMemory(argv[2]);
+    }
     home = defaultHome();
     for (int i = 1; i + 1 < argc; ++i) {
         if (std::string(argv[i]) == "--home") {
