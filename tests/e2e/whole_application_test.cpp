@@ -313,6 +313,50 @@ TEST_F(WholeApplicationTest, AClaudeOutageKeepsItsFiguresAndRaisesNothing) {
     EXPECT_EQ(answer("get-usage"), "Claude is at 96 percent and Codex is at 58 percent\n");
 }
 
+// With the Claude Code login, the OAuth endpoint's outage page is not an error to the provider:
+// any answer that is not JSON reads as an empty one, that is 0 % and no reset time.
+TEST_F(WholeApplicationTest, WithTheClaudeCodeLoginAnOutagePageReadsAsZeroPercent) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+
+    service.setClaudeDown(true);
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:0% X:17%"));
+    EXPECT_TRUE(newNotifications(0).empty());
+    const auto snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, 0);
+    EXPECT_EQ(snapshot->claudePlan, std::nullopt);
+    EXPECT_EQ(snapshot->claudeResetTime, "");
+    // An empty reset text adds nothing to the answer.
+    EXPECT_EQ(answer("get-claude-usage"), "Your Claude usage is at 0 percent\n");
+}
+
+// Nobody logged in: nothing is asked of any service, the item shows the icon alone, and the
+// answers say so; a cookie stored while the program runs is used from the next refresh on.
+TEST_F(WholeApplicationTest, WithoutAnyLoginNothingIsShownUntilACookieIsStored) {
+    std::filesystem::remove(home.path() / ".claude/.credentials.json");
+    std::filesystem::remove(home.path() / ".codex/auth.json");
+    ASSERT_NO_FATAL_FAILURE(start());
+    EXPECT_FALSE(state().claudeUsage().has_value());
+    EXPECT_FALSE(state().codexUsage().has_value());
+    EXPECT_TRUE(service.requests().empty());
+    expectShown(QString());
+    const auto snapshot = savedSnapshot();
+    ASSERT_TRUE(snapshot.has_value());
+    EXPECT_EQ(snapshot->claudePercent, std::nullopt);
+    EXPECT_EQ(snapshot->codexPercent, std::nullopt);
+    EXPECT_EQ(answer("get-usage"), "No providers are currently connected\n");
+    EXPECT_EQ(answer("get-claude-usage"), "Claude is not connected. Please check your settings.\n");
+    EXPECT_EQ(answer("get-codex-usage"), "Codex is not connected. Please check your settings.\n");
+
+    parts->authStore().setClaudeCookieHeader("sessionKey=sk-web-2");
+    ASSERT_NO_FATAL_FAILURE(refresh());
+    expectShown(QStringLiteral(" C:42%"));
+    EXPECT_EQ(answer("get-usage"), "Claude is at 42 percent\n");
+    EXPECT_TRUE(newNotifications(0).empty());
+}
+
 // The item's primary click, as a panel host sends it, opens the panel with both cards.
 TEST_F(WholeApplicationTest, ActivatingTheItemOpensThePanelWithBothCards) {
     ASSERT_NO_FATAL_FAILURE(start());
