@@ -21,6 +21,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -106,6 +109,22 @@ protected:
                   fs::perms::owner_all);
     }
 
+    // Nothing the program writes (caches, locks, cards, logs) holds a secret: only the settings
+    // file and the two login files do.
+    void expectNoSecretWrittenElsewhere() const {
+        const std::set<fs::path> holders{home.settingsFile(),
+                                         home.path() / ".claude/.credentials.json",
+                                         home.path() / ".codex/auth.json"};
+        for (const auto& entry : fs::recursive_directory_iterator(home.path())) {
+            if (!entry.is_regular_file() || holders.contains(entry.path())) {
+                continue;
+            }
+            std::ifstream in(entry.path(), std::ios::binary);
+            const std::string contents{std::istreambuf_iterator<char>(in), {}};
+            expectNoSecretIn(contents, entry.path().string());
+        }
+    }
+
     test::TemporaryHome home;
 };
 
@@ -153,6 +172,7 @@ TEST_F(SecretsTest, NoCommandPrintsAPlantedSecret) {
     EXPECT_EQ(cleared.codexCookieHeader(), "");
     EXPECT_EQ(cleared.codexAccessToken(), "");
     expectPrivateSettings();
+    expectNoSecretWrittenElsewhere();
 }
 
 TEST_F(SecretsTest, ThePanelApplicationPrintsNoSecretAndEndsCleanlyOnSigterm) {
@@ -187,6 +207,7 @@ TEST_F(SecretsTest, ThePanelApplicationPrintsNoSecretAndEndsCleanlyOnSigterm) {
     expectNoSecretIn(panel.readAllStandardOutput().toStdString(), "the panel's standard output");
     expectNoSecretIn(panel.readAllStandardError().toStdString(), "the panel's standard error");
     expectPrivateSettings();
+    expectNoSecretWrittenElsewhere();
 }
 
 // Which of the three services a request went to, by its path.
