@@ -9,6 +9,7 @@
 #include "support/qt_wait.h"
 #include "support/test_ca.h"
 
+#include <QDBusObjectPath>
 #include <QQuickItem>
 #include <QQuickWindow>
 
@@ -186,6 +187,31 @@ TEST_F(WholeApplicationTest, WithoutAnyLoginNothingIsShownUntilACookieIsStored) 
     expectShown(QStringLiteral(" C:42%"));
     EXPECT_EQ(answer("get-usage"), "Claude is at 42 percent\n");
     EXPECT_TRUE(newNotifications(0).empty());
+}
+
+// "Refresh Usage" in the item's menu, clicked as a panel host reports it, runs a refresh whose
+// figures reach the label and the alerts.
+TEST_F(WholeApplicationTest, TheMenusRefreshEntryBringsNewFigures) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    expectShown(QStringLiteral(" C:42% X:17%"));
+    const int claudeRequests = service.claudeRequests();
+
+    setFigures(51, 17);
+    const auto menuPath = itemProperty("Menu").value<QDBusObjectPath>();
+    ASSERT_FALSE(menuPath.path().isEmpty());
+    auto click = QDBusMessage::createMethodCall(
+        parts->tray().statusNotifierItem().serviceName(), menuPath.path(),
+        QStringLiteral("com.canonical.dbusmenu"), QStringLiteral("Event"));
+    // The entries are numbered from 1: "Open Quillon", "Refresh Usage", a separator, "Quit".
+    click << 2 << QStringLiteral("clicked") << QVariant::fromValue(QDBusVariant(0)) << 0u;
+    const QDBusMessage reply = callAndWait(client, click);
+    ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+
+    expectShown(QStringLiteral(" C:51% X:17%"));
+    EXPECT_EQ(service.claudeRequests(), claudeRequests + 1);
+    EXPECT_EQ(newNotifications(1),
+              (std::multiset<std::string>{"Claude Code has reached 50% of 5-hour limit"}));
+    EXPECT_FALSE(parts->panel().isVisible());
 }
 
 // The item's primary click, as a panel host sends it, opens the panel with both cards.
