@@ -1,6 +1,8 @@
 #include "app/production_services.h"
 
 #include "app/desktop_notifications.h"
+#include "app/provider_fetches.h"
+#include "localstats/local_stats_reader.h"
 
 #include <memory>
 
@@ -8,7 +10,13 @@ namespace quillon {
 
 AppServices productionServices(KeyValueStore& snapshotStore) {
     AppServices services;
-    // The providers are wired in as they arrive; until then a fetch yields no figures.
+    ProviderEnvironment env = productionProviderEnvironment();
+    // One reader for the life of the program: it remembers what it read, so that a refresh
+    // reads only what changed. The fetches run on one thread at a time, as the reader requires.
+    const auto reader = std::make_shared<LocalStatsReader>(env.home);
+    env.readLocalStats = [reader, clock = env.clock] { return reader->read(clock()); };
+    services.fetchClaude = claudeFetch(env);
+    services.fetchCodex = codexFetch(std::move(env));
     services.snapshotStore = &snapshotStore;
     // Alerts go to the desktop's notification service, never waiting for it.
     const auto notifications = std::make_shared<DesktopNotifications>();
