@@ -14,7 +14,7 @@ export TSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:halt_on
 # The tests that exercise threads: the refresh cycle and the tray item.
 TSAN_TESTS := app_state_test|refresh_integration_test|status_notifier_item_test|title_subscription_test
 
-.PHONY: all deps configure build run test test-asan test-tsan fuzz tidy package clean format
+.PHONY: all deps configure build run demo test test-asan test-tsan fuzz tidy package clean format
 
 all: build
 
@@ -32,6 +32,14 @@ run: build
 
 test: build
 	@scripts/run-tests.sh $(BUILD_DIR)
+
+# The real application against a local sample service. Without a display it runs on a virtual
+# one and writes screenshots of the panel and the settings to build/demo/.
+demo: configure
+	@cmake --build --preset $(PRESET) --target quillon_demo
+	@if [ -n "$$DISPLAY" ]; then $(BUILD_DIR)/demo/quillon_demo; \
+	else xvfb-run -a -s "-screen 0 1280x800x24" dbus-run-session -- \
+	    $(BUILD_DIR)/demo/quillon_demo --screenshots build/demo; fi
 
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-asan:
@@ -52,6 +60,11 @@ fuzz: deps
 # clang-tidy with the project's .clang-tidy over src/.
 tidy: configure
 	@scripts/run-clang-tidy.sh $(BUILD_DIR)
+
+# The Debian package, in build/package/.
+package: build
+	@cpack --config $(BUILD_DIR)/CPackConfig.cmake -B build/package
+	@ls build/package/*.deb
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

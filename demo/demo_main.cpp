@@ -103,6 +103,20 @@ int runCycles(AppState& state, int cycles) {
     return 0;
 }
 
+// The item of that name in the window's visual tree (QML items are not always QObject children
+// of the item they are placed in).
+QQuickItem* findItem(QQuickItem* item, const QString& name) {
+    if (item->objectName() == name) {
+        return item;
+    }
+    for (QQuickItem* child : item->childItems()) {
+        if (QQuickItem* found = findItem(child, name)) {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
 int writeScreenshots(PanelWindow& panel, const QString& folder) {
     QDir().mkpath(folder);
     QQuickWindow* window = panel.window();
@@ -115,14 +129,14 @@ int writeScreenshots(PanelWindow& panel, const QString& folder) {
         return saved;
     };
     bool ok = save(QStringLiteral("panel.png"));
-    auto* dashboard =
-        window->contentItem()->findChild<QQuickItem*>(QStringLiteral("dashboardView"));
-    if (dashboard != nullptr) {
-        dashboard->setProperty("showSettings", true);
-        settle(800);
-        ok = save(QStringLiteral("settings.png")) && ok;
+    QQuickItem* dashboard = findItem(window->contentItem(), QStringLiteral("dashboardView"));
+    if (dashboard == nullptr) {
+        std::cerr << "the dashboard view was not found\n";
+        return 1;
     }
-    return ok ? 0 : 1;
+    dashboard->setProperty("showSettings", true);
+    settle(800);
+    return save(QStringLiteral("settings.png")) && ok ? 0 : 1;
 }
 
 } // namespace
