@@ -14,7 +14,7 @@ Comment=See your Claude and Codex rate-limit usage in the panel
 Exec=quillon
 Icon=quillon
 Terminal=false
-Categories=Development;Utility;
+Categories=Development;
 Keywords=Claude;Codex;usage;rate limit;quota;
 StartupNotify=false
 ${actions}")
