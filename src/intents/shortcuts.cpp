@@ -88,7 +88,8 @@ std::string desktopActions(std::string_view executable) {
         text += "Name=" + std::string(shortcut.shortTitle) + '\n';
         text +=
             "Exec=" + std::string(executable) + ' ' + std::string(shortcut.command) + " --notify\n";
-        text += "Icon=" + std::string(shortcut.systemImageName) + '\n';
+        // No Icon key: the symbol names are our own, not names an icon theme knows, and the
+        // desktop shows the application's icon for its actions anyway.
     }
     return text;
 }

@@ -96,18 +96,18 @@ TEST(ShortcutsTest, TableListsEveryIntentWithItsPhrases) {
     EXPECT_EQ(table.find("${"), std::string::npos);
 }
 
-TEST(ShortcutsTest, DesktopActionsRunEachCommandWithNotify) {
+TEST(ShortcutsTest, DesktopActionsRunEachCommandWithNotifyWithoutThemeIcons) {
     EXPECT_EQ(
         desktopActions("/usr/bin/quillon"),
         "Actions=GetUsageIntent;GetClaudeUsageIntent;GetCodexUsageIntent;RefreshUsageIntent;\n"
         "\n[Desktop Action GetUsageIntent]\nName=Check Usage\n"
-        "Exec=/usr/bin/quillon get-usage --notify\nIcon=gauge.with.dots.needle.33percent\n"
+        "Exec=/usr/bin/quillon get-usage --notify\n"
         "\n[Desktop Action GetClaudeUsageIntent]\nName=Check Claude\n"
-        "Exec=/usr/bin/quillon get-claude-usage --notify\nIcon=c.circle.fill\n"
+        "Exec=/usr/bin/quillon get-claude-usage --notify\n"
         "\n[Desktop Action GetCodexUsageIntent]\nName=Check Codex\n"
-        "Exec=/usr/bin/quillon get-codex-usage --notify\nIcon=x.circle.fill\n"
+        "Exec=/usr/bin/quillon get-codex-usage --notify\n"
         "\n[Desktop Action RefreshUsageIntent]\nName=Refresh Usage\n"
-        "Exec=/usr/bin/quillon refresh-usage --notify\nIcon=arrow.clockwise\n");
+        "Exec=/usr/bin/quillon refresh-usage --notify\n");
 }
 
 } // namespace
