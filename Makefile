@@ -12,7 +12,8 @@ export UBSAN_OPTIONS ?= print_stacktrace=1:halt_on_error=1
 export TSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:halt_on_error=1:second_deadlock_stack=1
 
 # The tests that exercise threads: the refresh cycle and the tray item.
-TSAN_TESTS := app_state_test|refresh_integration_test|status_notifier_item_test|title_subscription_test
+space := $(subst ,, )
+TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test dbus_menu_test title_subscription_test
 
 .PHONY: all deps configure build run demo test test-asan test-tsan fuzz tidy package clean format
 
@@ -48,8 +49,8 @@ test-asan:
 # The threaded tests under ThreadSanitizer.
 test-tsan: deps
 	@cmake --preset tsan --log-level=WARNING >/dev/null
-	@cmake --build --preset tsan
-	@scripts/run-tests.sh build/tsan -L '$(TSAN_TESTS)'
+	@cmake --build --preset tsan --target $(TSAN_TESTS)
+	@scripts/run-tests.sh build/tsan -L '$(subst $(space),|,$(TSAN_TESTS))'
 
 # Every fuzz target for FUZZ_SECONDS seconds.
 fuzz: deps
