@@ -13,6 +13,7 @@ namespace quillon::localstats {
 struct FolderEntry {
     std::string name;
     bool isDirectory = false; // the entry itself, not what a symbolic link points at
+    bool isLink = false;
 };
 
 // Lists folders, remembering each listing and listing a folder again only once it has changed.
@@ -23,6 +24,9 @@ public:
     void beginPass() { ++pass_; }
     // Forgets the folders not asked for during the current pass.
     void forgetUnused();
+    // While trusted, a folder listed before is taken to be unchanged without looking at it:
+    // for when something else vouches that no names came or went.
+    void trustListings(bool trusted) { trusted_ = trusted; }
 
     // The entries of the folder at `path` (symbolic links followed), in the order the system
     // lists them, without "." and ".."; nothing when it cannot be listed.
@@ -37,6 +41,7 @@ private:
     };
     std::unordered_map<std::string, Listing> listings_;
     std::uint64_t pass_ = 1;
+    bool trusted_ = false;
 };
 
 } // namespace quillon::localstats

@@ -1,6 +1,7 @@
 #include "localstats/local_stats_reader.h"
 
-#include "localstats/day_sums.h"
+#include "localstats/cached_files.h"
+#include "localstats/change_watch.h"
 #include "localstats/debug_log.h"
 #include "localstats/descriptor.h"
 #include "localstats/history_line.h"
@@ -16,6 +17,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <unordered_map>
 
 namespace quillon {
@@ -23,82 +25,6 @@ namespace quillon {
 using namespace localstats;
 
 namespace {
-
-// What one session log adds up to per day: its complete lines, then the line being written.
-struct SessionFile final : LineSink {
-    explicit SessionFile(SessionLineReader& reader) : reader(reader) {}
-
-    void restart() override {
-        complete = {};
-        tail = {};
-    }
-    void addLines(std::string_view text) override { reader.addLines(text, complete); }
-    void setTail(std::string_view line) override {
-        tail = {};
-        if (!line.empty()) {
-            addTo(tail, reader.readPadded(line));
-        }
-    }
-
-    PartialSums forDay(const DayKey& day) const {
-        PartialSums sums = complete.forDay(day);
-        sums.append(tail.forDay(day));
-        return sums;
-    }
-
-    SessionLineReader& reader;
-    LineFileState state;
-    DaySums complete;
-    DaySums tail;
-    std::uint64_t pass = 0;
-};
-
-// How many prompts the history holds per day.
-struct HistoryFile final : LineSink {
-    explicit HistoryFile(HistoryLineReader& reader) : reader(reader) {}
-
-    void restart() override {
-        complete = {};
-        tail = {};
-    }
-    void addLines(std::string_view text) override { reader.addLines(text, complete); }
-    void setTail(std::string_view line) override {
-        tail = {};
-        if (!line.empty()) {
-            reader.addLines(line, tail);
-        }
-    }
-
-    HistoryLineReader& reader;
-    LineFileState state;
-    DayCounts complete;
-    DayCounts tail;
-};
-
-// The last line of a debug log that reports the context use.
-struct DebugFile final : LineSink {
-    void restart() override {
-        complete.reset();
-        tail.reset();
-    }
-    void addLines(std::string_view text) override {
-        if (const auto line = lastMarkedLine(text)) {
-            complete = std::string(*line);
-        }
-    }
-    void setTail(std::string_view line) override {
-        tail.reset();
-        if (const auto marked = lastMarkedLine(line)) {
-            tail = std::string(*marked);
-        }
-    }
-    const std::optional<std::string>& newest() const { return tail ? tail : complete; }
-
-    std::filesystem::path path;
-    LineFileState state;
-    std::optional<std::string> complete;
-    std::optional<std::string> tail;
-};
 
 std::optional<DayKey> dayOf(std::string_view todayStr) {
     DayKey day{};
@@ -134,9 +60,39 @@ std::string sessionIdOf(const std::string& fileName) {
     return dot == 0 || dot == std::string::npos ? fileName : fileName.substr(0, dot);
 }
 
+// However quiet the watch, every file is looked at again this often: a write through a shared
+// mapping, for one, is not reported.
+constexpr auto lookAtEverythingEvery = std::chrono::minutes(10);
+// After a read found something the watch cannot vouch for, this many reads look at every file
+// before watching is tried again.
+constexpr int readsWithoutWatching = 16;
+
+bool sameFolder(const std::filesystem::path& path, const struct stat& known) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && status.st_dev == known.st_dev &&
+           status.st_ino == known.st_ino;
+}
+
 } // namespace
 
 struct LocalStatsReader::Caches {
+    // Lists a folder, watching it first when this read watches what it reads.
+    const std::vector<FolderEntry>* listWatched(const std::filesystem::path& path,
+                                                FolderRole role) {
+        const bool watched = !watching || watch.watch(path.native(), role);
+        const auto* entries = folders.list(path);
+        doubt = doubt || (entries != nullptr && !watched);
+        return entries;
+    }
+    // Whether a file read in a watched read can change unseen: through another name, or on
+    // another file system.
+    void check(const struct stat& status) {
+        if (watching || changes != nullptr) {
+            doubt = doubt || S_ISLNK(status.st_mode) || status.st_nlink != 1 ||
+                    status.st_dev != claudeFolder.st_dev;
+        }
+    }
+
     FolderLister folders;
     SessionLineReader sessionLines;
     HistoryLineReader historyLines;
@@ -144,6 +100,19 @@ struct LocalStatsReader::Caches {
     std::uint64_t sessionPass = 0;
     HistoryFile history{historyLines};
     DebugFile debug;
+
+    ChangeWatch watch;
+    struct stat claudeFolder {};
+    bool watching = false;            // this read watches each folder before reading it
+    const Changes* changes = nullptr; // this read relies on the watch: what it reported
+    bool doubt = false;               // something this read relied on can change unseen
+    int readsBeforeWatching = 0;
+    std::chrono::steady_clock::time_point everythingLookedAt;
+    struct Answer {
+        std::string day;
+        LocalStatsResult result;
+    };
+    std::optional<Answer> last; // the last read's answer, while the watch vouches for it
 };
 
 // One look at the disk: folders are checked for changes once per pass, however often they are
@@ -163,19 +132,70 @@ private:
     LocalStatsReader& reader_;
 };
 
-LocalStatsReader::LocalStatsReader(std::filesystem::path home)
-    : claudeDir_(std::move(home) / ".claude"), caches_(std::make_unique<Caches>()) {}
+LocalStatsReader::LocalStatsReader(std::filesystem::path home, bool watchForChanges)
+    : claudeDir_(std::move(home) / ".claude"), watchForChanges_(watchForChanges),
+      caches_(std::make_unique<Caches>()) {}
 
 LocalStatsReader::~LocalStatsReader() = default;
 
 std::optional<LocalStatsResult> LocalStatsReader::read(Instant now) {
     const Pass pass(*this);
+    Caches& c = *caches_;
     const std::string todayStr = Formatters::formatIso8601(now).substr(0, 10);
+    const auto started = std::chrono::steady_clock::now();
+    std::optional<Changes> changes;
+    if (c.watch.active()) {
+        changes = c.watch.take();
+        if (changes->structural || !c.last || !sameFolder(claudeDir_, c.claudeFolder) ||
+            started - c.everythingLookedAt > lookAtEverythingEvery) {
+            changes.reset();
+            c.watch.stop();
+        } else if (changes->none() && c.last->day == todayStr) {
+            return c.last->result;
+        }
+    }
+    c.changes = changes ? &*changes : nullptr;
+    c.folders.trustListings(changes.has_value());
+    c.doubt = false;
+    c.watching = !changes && watchForChanges_ && --c.readsBeforeWatching < 0;
+    if (c.watching) {
+        startWatching();
+    }
     const std::int64_t messages = countMessages(todayStr);
     const std::int64_t sum = sumTokens(todayStr);
-    auto context = latestContext();
-    caches_->folders.forgetUnused();
-    return LocalStatsResult{TodayUsage{messages, formatTokens(sum)}, std::move(context)};
+    auto context = changes && !changes->debug ? c.last->result.context : latestContext();
+    c.folders.forgetUnused();
+    c.folders.trustListings(false);
+    c.changes = nullptr;
+    LocalStatsResult result{TodayUsage{messages, formatTokens(sum)}, std::move(context)};
+    if (c.doubt) {
+        c.readsBeforeWatching = readsWithoutWatching;
+    }
+    if (c.doubt || !c.watch.active()) {
+        c.watch.stop();
+        c.last.reset();
+    } else {
+        c.last = Caches::Answer{todayStr, result};
+        c.everythingLookedAt = c.watching ? started : c.everythingLookedAt;
+    }
+    c.watching = false;
+    return result;
+}
+
+// Watching starts at the Claude Code folder, on a file system whose changes the kernel sees
+// (not one shared over a network), before anything under it is read.
+void LocalStatsReader::startWatching() {
+    Caches& c = *caches_;
+    struct stat before {};
+    const bool watched =
+        ::stat(claudeDir_.c_str(), &before) == 0 && isLocalFileSystem(claudeDir_.native()) &&
+        c.watch.watch(claudeDir_.native(), FolderRole::claude) && sameFolder(claudeDir_, before);
+    if (!watched) {
+        c.watch.stop();
+        c.watching = false;
+        return;
+    }
+    c.claudeFolder = before;
 }
 
 std::int64_t LocalStatsReader::countTodayMessages(std::string_view todayStr) {
@@ -199,10 +219,16 @@ std::optional<ContextUsage> LocalStatsReader::readLatestContext() {
 }
 
 std::int64_t LocalStatsReader::countMessages(std::string_view todayStr) {
-    HistoryFile& history = caches_->history;
+    Caches& c = *caches_;
+    HistoryFile& history = c.history;
     const auto day = dayOf(todayStr);
-    if (updateLineFile(claudeDir_ / "history.jsonl", history.state, history) ==
-            LineFileUpdate::unreadable ||
+    const auto path = claudeDir_ / "history.jsonl";
+    const bool vouched = c.changes != nullptr && !c.changes->history && history.state.known;
+    struct stat own {};
+    if (!vouched && ::lstat(path.c_str(), &own) == 0) {
+        c.check(own);
+    }
+    if ((!vouched && updateLineFile(path, history.state, history) == LineFileUpdate::unreadable) ||
         !history.state.isUtf8() || !day) {
         return 0;
     }
@@ -215,7 +241,7 @@ LocalStatsReader::walkProjectDirs(const std::filesystem::path& root) {
     if (!somethingAt(root)) {
         return std::vector<std::filesystem::path>{};
     }
-    const auto* entries = caches_->folders.list(root);
+    const auto* entries = caches_->listWatched(root, FolderRole::projects);
     if (entries == nullptr) {
         return std::nullopt;
     }
@@ -225,13 +251,18 @@ LocalStatsReader::walkProjectDirs(const std::filesystem::path& root) {
             continue;
         }
         auto folder = root / entry.name;
-        const auto* names = caches_->folders.list(folder);
+        const auto* names = caches_->listWatched(folder, FolderRole::sessions);
         if (names == nullptr) {
             continue;
         }
         const bool holdsLogs = std::any_of(names->begin(), names->end(), [](const auto& name) {
             return name.name.ends_with(".jsonl");
         });
+        // Each name here is a folder to read, which a link could lead anywhere.
+        caches_->doubt =
+            caches_->doubt || (caches_->watching && !holdsLogs &&
+                               std::any_of(names->begin(), names->end(),
+                                           [](const auto& name) { return name.isLink; }));
         if (holdsLogs) {
             candidates.push_back(std::move(folder));
             continue;
@@ -253,14 +284,15 @@ std::int64_t LocalStatsReader::sumTokens(std::string_view todayStr) {
     const std::uint64_t pass = ++caches_->sessionPass;
     WideInt total = 0;
     std::string key;
+    Caches& c = *caches_;
     for (const auto& folder : *candidates) {
-        const auto* names = caches_->folders.list(folder);
+        const auto* names = c.listWatched(folder, FolderRole::sessions);
         if (names == nullptr) {
             continue;
         }
         // Names are looked up from the folder itself, which spares walking the whole path for
         // each of its files.
-        const Descriptor folderHandle(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        std::optional<Descriptor> folderHandle; // opened once a name needs looking at
         for (const auto& name : *names) {
             if (!name.name.ends_with(".jsonl")) {
                 continue;
@@ -271,11 +303,19 @@ std::int64_t LocalStatsReader::sumTokens(std::string_view todayStr) {
                 file = std::make_unique<SessionFile>(caches_->sessionLines);
             }
             file->pass = pass;
+            c.doubt = c.doubt || (c.watching && name.isLink);
+            // A file the watch saw no change in is as it was when last read.
+            bool unchanged =
+                c.changes != nullptr && file->state.known && !c.changes->sessionFiles.contains(key);
             struct stat status {};
-            const bool unchanged =
-                folderHandle.get() >= 0 &&
-                ::fstatat(folderHandle.get(), name.name.c_str(), &status, 0) == 0 &&
-                isUnchanged(file->state, status);
+            if (!unchanged && !folderHandle) {
+                folderHandle.emplace(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+            }
+            if (!unchanged && folderHandle->get() >= 0 &&
+                ::fstatat(folderHandle->get(), name.name.c_str(), &status, 0) == 0) {
+                c.check(status);
+                unchanged = isUnchanged(file->state, status);
+            }
             if (!unchanged &&
                 (updateLineFile(key, file->state, *file) == LineFileUpdate::unreadable ||
                  !file->state.isUtf8())) {
@@ -321,7 +361,7 @@ std::optional<ContextUsage> LocalStatsReader::latestContext() {
     if (!somethingAt(folder)) {
         return std::nullopt;
     }
-    const auto* names = caches_->folders.list(folder);
+    const auto* names = caches_->listWatched(folder, FolderRole::debug);
     if (names == nullptr) {
         return std::nullopt;
     }
@@ -334,6 +374,7 @@ std::optional<ContextUsage> LocalStatsReader::latestContext() {
         if (!name.name.ends_with(".txt") || ::lstat((folder / name.name).c_str(), &status) != 0) {
             continue;
         }
+        caches_->check(status);
         const std::int64_t modified = identityOf(status).modified;
         if (!latest || modified > latestTime) {
             latest = name.name;

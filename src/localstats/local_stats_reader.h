@@ -22,10 +22,14 @@ namespace quillon {
 //
 // Each call gives exactly what reading every file afresh would give, but what was read before is
 // remembered (per file: its identity and what its lines add up to per day), so a refresh reads
-// only what changed since. One thread at a time.
+// only what changed since. Where the kernel can report every change to the folders read (local
+// file systems, no second name for any file read), read() asks it what changed instead of
+// looking at every file; anything it cannot vouch for sends it back to looking at every file.
+// One thread at a time, which need not be the one that constructed it.
 class LocalStatsReader {
 public:
-    explicit LocalStatsReader(std::filesystem::path home);
+    // Without `watchForChanges`, every read() looks at every file.
+    explicit LocalStatsReader(std::filesystem::path home, bool watchForChanges = true);
     ~LocalStatsReader();
     LocalStatsReader(const LocalStatsReader&) = delete;
     LocalStatsReader& operator=(const LocalStatsReader&) = delete;
@@ -57,7 +61,10 @@ private:
     std::optional<std::string> projectFor(std::string_view sessionId);
     std::optional<ContextUsage> latestContext();
 
+    void startWatching();
+
     std::filesystem::path claudeDir_;
+    bool watchForChanges_;
     std::unique_ptr<Caches> caches_;
     int passDepth_ = 0;
 };
