@@ -82,9 +82,9 @@ protected:
 
     // The stored credentials, given to `quillon set-credential` on standard input.
     void storeThroughTheCommandLine() {
-        run({"set-credential", "claude-cookie"}, claudeCookie.value + "\n");
-        run({"set-credential", "codex-cookie"}, chatgptCookie.value + "\n");
-        run({"set-credential", "codex-token"}, storedCodexToken.value);
+        ASSERT_EQ(run({"set-credential", "claude-cookie"}, claudeCookie.value + "\n"), 0);
+        ASSERT_EQ(run({"set-credential", "codex-cookie"}, chatgptCookie.value + "\n"), 0);
+        ASSERT_EQ(run({"set-credential", "codex-token"}, storedCodexToken.value), 0);
         const AuthStore stored{SettingsFile(home.settingsPath())};
         ASSERT_EQ(stored.claudeCookieHeader(), claudeCookie.value);
         ASSERT_EQ(stored.codexCookieHeader(), chatgptCookie.value);
@@ -130,7 +130,7 @@ protected:
 
 TEST_F(SecretsTest, NoCommandPrintsAPlantedSecret) {
     plantLoginFiles();
-    storeThroughTheCommandLine();
+    ASSERT_NO_FATAL_FAILURE(storeThroughTheCommandLine());
     // Storing the same secret again says nothing of it either.
     EXPECT_EQ(run({"set-credential", "codex-token"}, storedCodexToken.value + "\n"), 0);
 
@@ -177,7 +177,7 @@ TEST_F(SecretsTest, NoCommandPrintsAPlantedSecret) {
 
 TEST_F(SecretsTest, ThePanelApplicationPrintsNoSecretAndEndsCleanlyOnSigterm) {
     plantLoginFiles();
-    storeThroughTheCommandLine();
+    ASSERT_NO_FATAL_FAILURE(storeThroughTheCommandLine());
 
     QProcess panel;
     QProcessEnvironment env = test::headlessEnvironment();
