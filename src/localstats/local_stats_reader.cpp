@@ -1,11 +1,10 @@
 #include "localstats/local_stats_reader.h"
 
-#include "localstats/cached_files.h"
-#include "localstats/change_watch.h"
 #include "localstats/debug_log.h"
 #include "localstats/descriptor.h"
 #include "localstats/history_line.h"
 #include "localstats/line_file.h"
+#include "localstats/reader_caches.h"
 #include "localstats/session_line.h"
 #include "model/fatal.h"
 #include "model/format_tokens.h"
@@ -75,46 +74,6 @@ bool sameFolder(const std::filesystem::path& path, const struct stat& known) {
 
 } // namespace
 
-struct LocalStatsReader::Caches {
-    // Lists a folder, watching it first when this read watches what it reads.
-    const std::vector<FolderEntry>* listWatched(const std::filesystem::path& path,
-                                                FolderRole role) {
-        const bool watched = !watching || watch.watch(path.native(), role);
-        const auto* entries = folders.list(path);
-        doubt = doubt || (entries != nullptr && !watched);
-        return entries;
-    }
-    // Whether a file read in a watched read can change unseen: through another name, or on
-    // another file system.
-    void check(const struct stat& status) {
-        if (watching || changes != nullptr) {
-            doubt = doubt || S_ISLNK(status.st_mode) || status.st_nlink != 1 ||
-                    status.st_dev != claudeFolder.st_dev;
-        }
-    }
-
-    FolderLister folders;
-    SessionLineReader sessionLines;
-    HistoryLineReader historyLines;
-    std::unordered_map<std::string, std::unique_ptr<SessionFile>> sessions;
-    std::uint64_t sessionPass = 0;
-    HistoryFile history{historyLines};
-    DebugFile debug;
-
-    ChangeWatch watch;
-    struct stat claudeFolder {};
-    bool watching = false;            // this read watches each folder before reading it
-    const Changes* changes = nullptr; // this read relies on the watch: what it reported
-    bool doubt = false;               // something this read relied on can change unseen
-    int readsBeforeWatching = 0;
-    std::chrono::steady_clock::time_point everythingLookedAt;
-    struct Answer {
-        std::string day;
-        LocalStatsResult result;
-    };
-    std::optional<Answer> last; // the last read's answer, while the watch vouches for it
-};
-
 // One look at the disk: folders are checked for changes once per pass, however often they are
 // asked for during it.
 class LocalStatsReader::Pass {
@@ -157,7 +116,8 @@ std::optional<LocalStatsResult> LocalStatsReader::read(Instant now) {
     c.changes = changes ? &*changes : nullptr;
     c.folders.trustListings(changes.has_value());
     c.doubt = false;
-    c.watching = !changes && watchForChanges_ && --c.readsBeforeWatching < 0;
+    c.watching = !changes && watchForChanges_ &&
+                 (c.readsBeforeWatching == 0 || --c.readsBeforeWatching == 0);
     if (c.watching) {
         startWatching();
     }
