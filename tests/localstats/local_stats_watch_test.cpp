@@ -112,6 +112,17 @@ TEST_F(LocalStatsWatchTest, LogsChangedThroughAnotherNameAreSeen) {
     EXPECT_EQ(readBoth(now).today->tokens, "10");
 }
 
+TEST_F(LocalStatsWatchTest, LogChangedThroughAHardLinkElsewhereIsSeen) {
+    const auto outside = home.write("elsewhere/shared.jsonl", usage(10));
+    fs::create_directories(claude() / "projects/-home-dev-app");
+    fs::create_hard_link(outside, claude() / "projects/-home-dev-app/linked.jsonl");
+    EXPECT_EQ(readBoth(now).today->tokens, "10");
+    for (int round = 1; round <= 3; ++round) {
+        std::ofstream(outside, std::ios::app) << usage(1000);
+        EXPECT_EQ(readBoth(now).today->tokens, std::to_string(round) + ".0K");
+    }
+}
+
 // More changes than the kernel queues between two reads: the ones it dropped still count.
 TEST_F(LocalStatsWatchTest, ChangesBeyondAFullReportQueueAreSeen) {
     write("projects/-home-dev-app/busy.jsonl", usage(1));
