@@ -10,9 +10,7 @@
 #include "app/application.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
-#include "app/provider_fetches.h"
 #include "app/termination_signals.h"
-#include "localstats/local_stats_reader.h"
 #include "sample_home.h"
 #include "sample_service.h"
 
@@ -161,18 +159,12 @@ int main(int argc, char** argv) {
     env.claudeApiBase = env.claudeWebBase = env.chatgptBase = service.baseUrl();
     env.home = homePath;
     env.securityTool = (homePath / "no-keychain-tool").string();
-    const auto reader = std::make_shared<LocalStatsReader>(homePath);
-    env.readLocalStats = [reader, clock = env.clock] { return reader->read(clock()); };
 
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
 
-    PanelApplication parts([&env](KeyValueStore& snapshotStore) {
-        AppServices services = productionServices(snapshotStore);
-        services.fetchClaude = claudeFetch(env);
-        services.fetchCodex = codexFetch(env);
-        return services;
-    });
+    PanelApplication parts(
+        [&env](KeyValueStore& snapshotStore) { return productionServices(snapshotStore, env); });
     AppState& state = parts.appState();
     waitFor([&] { return !state.isRefreshing(); }, 10000);
 

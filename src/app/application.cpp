@@ -38,7 +38,8 @@ int runApplication(int argc, char** argv) {
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
 
-    const PanelApplication parts(productionServices);
+    const PanelApplication parts(
+        [](KeyValueStore& snapshotStore) { return productionServices(snapshotStore); });
     return QApplication::exec();
 }
 

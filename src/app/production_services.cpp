@@ -9,14 +9,21 @@
 namespace quillon {
 
 AppServices productionServices(KeyValueStore& snapshotStore) {
+    return productionServices(snapshotStore, productionProviderEnvironment());
+}
+
+AppServices productionServices(KeyValueStore& snapshotStore, ProviderEnvironment providers) {
+    if (!providers.readLocalStats) {
+        // One reader for the life of the program: it remembers what it read, so that a refresh
+        // reads only what changed. The fetches run on one thread at a time, as it requires.
+        const auto reader = std::make_shared<LocalStatsReader>(providers.home);
+        providers.readLocalStats = [reader, clock = providers.clock] {
+            return reader->read(clock());
+        };
+    }
     AppServices services;
-    ProviderEnvironment env = productionProviderEnvironment();
-    // One reader for the life of the program: it remembers what it read, so that a refresh
-    // reads only what changed. The fetches run on one thread at a time, as the reader requires.
-    const auto reader = std::make_shared<LocalStatsReader>(env.home);
-    env.readLocalStats = [reader, clock = env.clock] { return reader->read(clock()); };
-    services.fetchClaude = claudeFetch(env);
-    services.fetchCodex = codexFetch(std::move(env));
+    services.fetchClaude = claudeFetch(providers);
+    services.fetchCodex = codexFetch(std::move(providers));
     services.snapshotStore = &snapshotStore;
     // Alerts go to the desktop's notification service, never waiting for it.
     const auto notifications = std::make_shared<DesktopNotifications>();

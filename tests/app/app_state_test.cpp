@@ -1,6 +1,7 @@
 #include "app/app_state.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
+#include "support/usage_builders.h"
 
 #include <QSignalSpy>
 
@@ -14,13 +15,7 @@
 namespace quillon {
 namespace {
 
-UsageData usage(Provider provider, std::int64_t fiveHour, std::int64_t weekly = 0) {
-    UsageData data;
-    data.provider = provider;
-    data.fiveHour.percent = fiveHour;
-    data.weekly.percent = weekly;
-    return data;
-}
+using test::usage;
 
 // A provider fetch under the test's control: scripted results, an optional gate that holds the
 // fetch until released, and a record of calls, threads and overlap.
@@ -81,7 +76,8 @@ private:
             }
         }
         running.fetch_sub(1);
-        const auto index = std::min<std::size_t>(static_cast<std::size_t>(call), results.size() - 1);
+        const auto index =
+            std::min<std::size_t>(static_cast<std::size_t>(call), results.size() - 1);
         return results[index];
     }
 
@@ -264,8 +260,8 @@ TEST_F(AppStateTest, EveryPublishedWriteHappensOnTheMainThread) {
     };
     for (const auto signal :
          {&AppState::claudeUsageChanged, &AppState::codexUsageChanged,
-          &AppState::lastUpdatedChanged, &AppState::isRefreshingChanged,
-          &AppState::settingsChanged, &AppState::smartNotificationSettingsChanged}) {
+          &AppState::lastUpdatedChanged, &AppState::isRefreshingChanged, &AppState::settingsChanged,
+          &AppState::smartNotificationSettingsChanged}) {
         QObject::connect(state.get(), signal, state.get(), check, Qt::DirectConnection);
     }
     for (int cycle = 0; cycle < 3; ++cycle) {
@@ -280,9 +276,11 @@ TEST_F(AppStateTest, EveryPublishedWriteHappensOnTheMainThread) {
 TEST_F(AppStateTest, FiguresArePublishedBeforeRefreshingIsCleared) {
     const auto state = make();
     std::vector<std::string> order;
-    QObject::connect(state.get(), &AppState::claudeUsageChanged, [&] { order.push_back("claude"); });
+    QObject::connect(state.get(), &AppState::claudeUsageChanged,
+                     [&] { order.push_back("claude"); });
     QObject::connect(state.get(), &AppState::codexUsageChanged, [&] { order.push_back("codex"); });
-    QObject::connect(state.get(), &AppState::lastUpdatedChanged, [&] { order.push_back("updated"); });
+    QObject::connect(state.get(), &AppState::lastUpdatedChanged,
+                     [&] { order.push_back("updated"); });
     QObject::connect(state.get(), &AppState::isRefreshingChanged,
                      [&] { order.push_back(state->isRefreshing() ? "start" : "end"); });
     ASSERT_TRUE(test::waitUntil([&] { return idle(*state); }));

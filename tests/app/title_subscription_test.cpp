@@ -2,6 +2,7 @@
 #include "app/title_subscription.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
+#include "support/usage_builders.h"
 
 #include <QElapsedTimer>
 
@@ -15,13 +16,7 @@ namespace {
 
 using test::waitUntil;
 
-UsageData usage(Provider provider, std::int64_t fiveHour, std::int64_t weekly = 0) {
-    UsageData data;
-    data.provider = provider;
-    data.fiveHour.percent = fiveHour;
-    data.weekly.percent = weekly;
-    return data;
-}
+using test::usage;
 
 struct Update {
     std::optional<UsageData> claude;

@@ -6,6 +6,7 @@
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
+#include "support/usage_builders.h"
 #include "tray_test_bus.h"
 
 #include <QDBusArgument>
@@ -26,13 +27,7 @@ namespace {
 using test::callAndWait;
 using test::waitUntil;
 
-UsageData usage(Provider provider, std::int64_t fiveHour, std::int64_t weekly = 0) {
-    UsageData data;
-    data.provider = provider;
-    data.fiveHour.percent = fiveHour;
-    data.weekly.percent = weekly;
-    return data;
-}
+using test::usage;
 
 // Fetch results the test sets before each refresh.
 class ScriptedUsage {

@@ -6,7 +6,6 @@
 #include "app/auth_store.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
-#include "app/provider_fetches.h"
 #include "intents/shared_usage_data.h"
 #include "quillon_process.h"
 #include "sample_service.h"
@@ -260,12 +259,8 @@ TEST_F(SecretsTest, EachSecretReachesOnlyItsOwnService) {
     env.fetch.caFile = certificates.caFile.string();
     env.fetch.timeout = 20s;
 
-    PanelApplication parts([&env](KeyValueStore& snapshotStore) {
-        AppServices services = productionServices(snapshotStore);
-        services.fetchClaude = claudeFetch(env);
-        services.fetchCodex = codexFetch(env);
-        return services;
-    });
+    PanelApplication parts(
+        [&env](KeyValueStore& snapshotStore) { return productionServices(snapshotStore, env); });
     AppState& state = parts.appState();
     const auto refreshed = [&](std::size_t cycle) {
         return state.lastUpdated().has_value() && !state.isRefreshing() &&

@@ -3,7 +3,6 @@
 #include "app/auth_store.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
-#include "app/provider_fetches.h"
 #include "app/status_notifier_item.h"
 #include "app/title_subscription.h"
 #include "app/tray_dbus_types.h"
@@ -84,10 +83,7 @@ protected:
         ASSERT_TRUE(watcher.start());
         ASSERT_TRUE(notifications.start());
         parts = std::make_unique<PanelApplication>([this](KeyValueStore& snapshotStore) {
-            AppServices services = productionServices(snapshotStore);
-            services.fetchClaude = claudeFetch(env);
-            services.fetchCodex = codexFetch(env);
-            return services;
+            return productionServices(snapshotStore, env);
         });
         ASSERT_TRUE(waitUntil([&] { return state().lastUpdated().has_value(); }, deadlineMs));
         ASSERT_TRUE(waitUntil([&] { return !state().isRefreshing(); }, deadlineMs));

@@ -1,4 +1,5 @@
 #include "model/menu_bar_title.h"
+#include "support/usage_builders.h"
 
 #include <gtest/gtest.h>
 
@@ -7,13 +8,7 @@
 namespace quillon {
 namespace {
 
-UsageData usage(Provider provider, std::int64_t fiveHour, std::int64_t weekly = 0) {
-    UsageData data;
-    data.provider = provider;
-    data.fiveHour.percent = fiveHour;
-    data.weekly.percent = weekly;
-    return data;
-}
+using test::usage;
 
 TEST(MenuBarTitle, BothUsagesAbsentGiveAnEmptyTitle) {
     EXPECT_EQ(menuBarTitle(std::nullopt, std::nullopt), "");
