@@ -21,7 +21,8 @@ void boxBlur(std::vector<int>& alpha, int width, int height, int radius, bool al
         auto at = [&](int i) -> int& {
             const int x = alongRows ? i : l;
             const int y = alongRows ? l : i;
-            return alpha[static_cast<std::size_t>(y * width + x)];
+            return alpha[static_cast<std::size_t>(y) * static_cast<std::size_t>(width) +
+                         static_cast<std::size_t>(x)];
         };
         for (int i = 0; i < length; ++i) {
             line[static_cast<std::size_t>(i)] = at(i);
@@ -97,10 +98,12 @@ QImage ShadowImageProvider::requestImage(const QString& id, QSize* size, const Q
         path.addRoundedRect(QRectF(blur, blur, inner, inner), radius, radius);
         painter.fillPath(path, Qt::black);
     }
-    std::vector<int> alpha(static_cast<std::size_t>(side * side));
+    const auto sideSize = static_cast<std::size_t>(side);
+    std::vector<int> alpha(sideSize * sideSize);
     for (int y = 0; y < side; ++y) {
         for (int x = 0; x < side; ++x) {
-            alpha[static_cast<std::size_t>(y * side + x)] = qAlpha(shape.pixel(x, y));
+            alpha[static_cast<std::size_t>(y) * sideSize + static_cast<std::size_t>(x)] =
+                qAlpha(shape.pixel(x, y));
         }
     }
     // Three box blurs come close to a Gaussian.
@@ -112,7 +115,10 @@ QImage ShadowImageProvider::requestImage(const QString& id, QSize* size, const Q
     for (int y = 0; y < side; ++y) {
         for (int x = 0; x < side; ++x) {
             image.setPixel(
-                x, y, qPremultiply(qRgba(0, 0, 0, alpha[static_cast<std::size_t>(y * side + x)])));
+                x, y,
+                qPremultiply(qRgba(
+                    0, 0, 0,
+                    alpha[static_cast<std::size_t>(y) * sideSize + static_cast<std::size_t>(x)])));
         }
     }
     if (size != nullptr) {

@@ -98,7 +98,7 @@ void PanelWindow::ensureWindow() {
         // The views are compiled into the program, so this is a broken build, not bad input.
         fatal(component.errorString().toStdString());
     }
-    root.release();
+    (void)root.release(); // the window below now owns the root item
     window_.reset(window);
 
     QSurfaceFormat format = window_->format();

@@ -13,7 +13,7 @@
 
 namespace quillon {
 
-TrayIcon::TrayIcon(TrayActions actions, QDBusConnection bus, QObject* parent)
+TrayIcon::TrayIcon(TrayActions actions, const QDBusConnection& bus, QObject* parent)
     : QObject(parent), actions_(std::move(actions)), menu_(std::make_unique<DBusMenu>(bus)),
       item_(std::make_unique<StatusNotifierItem>(bus, QString::fromLatin1(DBusMenu::objectPath))) {
     connect(menu_.get(), &DBusMenu::triggered, this,

@@ -33,7 +33,8 @@ public:
         fallback,
     };
 
-    explicit TrayIcon(TrayActions actions, QDBusConnection bus = QDBusConnection::sessionBus(),
+    explicit TrayIcon(TrayActions actions,
+                      const QDBusConnection& bus = QDBusConnection::sessionBus(),
                       QObject* parent = nullptr);
     ~TrayIcon() override;
     TrayIcon(const TrayIcon&) = delete;

@@ -91,8 +91,8 @@ private:
     LocalStatsReader& reader_;
 };
 
-LocalStatsReader::LocalStatsReader(std::filesystem::path home, bool watchForChanges)
-    : claudeDir_(std::move(home) / ".claude"), watchForChanges_(watchForChanges),
+LocalStatsReader::LocalStatsReader(const std::filesystem::path& home, bool watchForChanges)
+    : claudeDir_(home / ".claude"), watchForChanges_(watchForChanges),
       caches_(std::make_unique<Caches>()) {}
 
 LocalStatsReader::~LocalStatsReader() = default;

@@ -29,7 +29,7 @@ namespace quillon {
 class LocalStatsReader {
 public:
     // Without `watchForChanges`, every read() looks at every file.
-    explicit LocalStatsReader(std::filesystem::path home, bool watchForChanges = true);
+    explicit LocalStatsReader(const std::filesystem::path& home, bool watchForChanges = true);
     ~LocalStatsReader();
     LocalStatsReader(const LocalStatsReader&) = delete;
     LocalStatsReader& operator=(const LocalStatsReader&) = delete;

@@ -147,6 +147,7 @@ std::optional<std::string> childOutput(const std::string& program,
     argvStorage.push_back(program);
     argvStorage.insert(argvStorage.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(argvStorage.size() + 1);
     for (auto& argument : argvStorage) {
         argv.push_back(argument.data());
     }

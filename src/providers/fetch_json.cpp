@@ -156,7 +156,10 @@ HeaderList headerList(const HttpHeaders& headers) {
             // Sending it would split the request; say which part was wrong, not what it held.
             throw TransportError("a request header cannot be sent as given");
         }
-        append(list, value.empty() ? name + ";" : name + ": " + value);
+        std::string line = name;
+        line += value.empty() ? ";" : ": ";
+        line += value;
+        append(list, line);
     }
     return list;
 }

@@ -54,7 +54,7 @@ std::int64_t secondsSinceEpoch(int year, int month, int day, int hour, int minut
                                            std::chrono::month{static_cast<unsigned>(month)},
                                            std::chrono::day{static_cast<unsigned>(day)}};
     const std::int64_t days = std::chrono::sys_days{date}.time_since_epoch().count();
-    return days * 86400 + hour * 3600 + minute * 60 + second;
+    return days * 86400 + std::int64_t{hour} * 3600 + std::int64_t{minute} * 60 + second;
 }
 
 } // namespace
@@ -109,7 +109,8 @@ std::optional<Instant> parseIso8601(std::string_view text) {
             *offsetHours > 23 || *offsetMinutes > 59) {
             return std::nullopt;
         }
-        offsetSeconds = (*offsetHours * 3600 + *offsetMinutes * 60) * (behind ? -1 : 1);
+        offsetSeconds = (std::int64_t{*offsetHours} * 3600 + std::int64_t{*offsetMinutes} * 60) *
+                        (behind ? -1 : 1);
         position += 6;
     } else {
         return std::nullopt;
