@@ -39,7 +39,7 @@ test: build
 demo: configure
 	@cmake --build --preset $(PRESET) --target quillon_demo
 	@if [ -n "$$DISPLAY" ]; then $(BUILD_DIR)/demo/quillon_demo; \
-	else xvfb-run -a -s "-screen 0 1280x800x24" dbus-run-session -- \
+	else scripts/with-display.sh dbus-run-session -- \
 	    $(BUILD_DIR)/demo/quillon_demo --screenshots build/demo; fi
 
 # The whole suite under AddressSanitizer and UndefinedBehaviorSanitizer.

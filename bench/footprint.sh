@@ -30,11 +30,11 @@ one_run() { # $1 = run number
     mkdir -p "$home/config" "$home/runtime"
     chmod 700 "$home/runtime"
     env -i PATH="$PATH" HOME="$home" XDG_CONFIG_HOME="$home/config" XDG_RUNTIME_DIR="$home/runtime" \
-        xvfb-run -a -s "-screen 0 1920x1080x24 -nolisten tcp" \
+        "$root/scripts/with-display.sh" \
         dbus-run-session --config-file="$root/tests/support/session-bus.conf" -- \
         "$probe" --idle-seconds "$idle_seconds" "$quillon" > "$results/probe-$1.json" 2>/dev/null
     env -i PATH="$PATH" HOME="$home" XDG_RUNTIME_DIR="$home/runtime" \
-        xvfb-run -a -s "-screen 0 1920x1080x24 -nolisten tcp" \
+        "$root/scripts/with-display.sh" \
         dbus-run-session --config-file="$root/tests/support/session-bus.conf" -- \
         "$demo" --cycles "$cycles" 2>/dev/null | tail -n 1 > "$results/cycles-$1.json"
     rm -rf "$home"

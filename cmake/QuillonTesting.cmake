@@ -4,7 +4,7 @@
 # runs (so a test that needs a display is listed under the display that CTest runs with).
 #   QT   links the shell and uses a main() that creates the QApplication.
 #   BUS  runs every test case on a private D-Bus session bus of its own (dbus-run-session).
-#   OWN_DISPLAY  runs every test case on a virtual display of its own (tests/app/own_display.sh).
+#   OWN_DISPLAY  runs every test case on a virtual display of its own (scripts/with-display.sh).
 # The wrappers must be set before the tests are discovered: discovery reads them once.
 include(GoogleTest)
 
@@ -20,7 +20,7 @@ function(quillon_add_test name)
     endif()
     set(wrappers "")
     if(ARG_OWN_DISPLAY)
-        list(APPEND wrappers "${PROJECT_SOURCE_DIR}/tests/app/own_display.sh")
+        list(APPEND wrappers "${PROJECT_SOURCE_DIR}/scripts/with-display.sh")
     endif()
     if(ARG_BUS)
         list(APPEND wrappers dbus-run-session "--config-file=${QUILLON_TEST_BUS_CONFIG}" --)

@@ -5,6 +5,6 @@
 set -euo pipefail
 build_dir=${1:?usage: run-tests.sh BUILD_DIR [ctest arguments...]}
 shift
-exec xvfb-run -a -s "-screen 0 1920x1080x24 -nolisten tcp" \
+exec "$(dirname "$0")/with-display.sh" \
     dbus-run-session --config-file="$(dirname "$0")/../tests/support/session-bus.conf" -- \
     ctest --test-dir "$build_dir" --output-on-failure --timeout 300 -j "$(nproc)" "$@"
