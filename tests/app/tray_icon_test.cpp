@@ -60,6 +60,18 @@ private:
 
 class TrayIconTest : public ::testing::Test {
 protected:
+    // A tray item whose title follows a real state, wired as the application wires them.
+    struct TitledTray {
+        TitledTray(TrayActions actions, CredentialStore& credentials, AppServices services)
+            : tray(std::move(actions)), state(credentials, std::move(services)),
+              titles(state, [this](const auto& claude, const auto& codex) {
+                  tray.updateMenuBarTitle(claude, codex);
+              }) {}
+        TrayIcon tray;
+        AppState state;
+        TitleSubscription titles;
+    };
+
     ~TrayIconTest() override {
         watcher.stop();
         QDBusConnection::disconnectFromBus(QStringLiteral("tray-test-client"));
@@ -226,11 +238,9 @@ TEST_F(TrayIconTest, IntrospectionShowsTheProtocolsSignatures) {
 
 TEST_F(TrayIconTest, BothUsagesAbsentGiveAnEmptyLabelAndTooltip) {
     ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
-    AppState state(credentials, scripted.services());
-    TitleSubscription titles(state, [&](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    TitledTray titled(actions(), credentials, scripted.services());
+    TrayIcon& tray = titled.tray;
+    AppState& state = titled.state;
     refreshWith(state, std::nullopt, std::nullopt);
     EXPECT_EQ(itemValue(tray, "XAyatanaLabel").toString(), "");
     EXPECT_EQ(toolTip(tray).text, "");
@@ -238,11 +248,9 @@ TEST_F(TrayIconTest, BothUsagesAbsentGiveAnEmptyLabelAndTooltip) {
 
 TEST_F(TrayIconTest, OnlyCodexAtSevenPercentShowsXSevenPercent) {
     ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
-    AppState state(credentials, scripted.services());
-    TitleSubscription titles(state, [&](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    TitledTray titled(actions(), credentials, scripted.services());
+    TrayIcon& tray = titled.tray;
+    AppState& state = titled.state;
     refreshWith(state, std::nullopt, usage(Provider::codex, 7));
     EXPECT_EQ(itemValue(tray, "XAyatanaLabel").toString(), " X:7%");
     EXPECT_EQ(toolTip(tray).text, " X:7%");
@@ -251,11 +259,9 @@ TEST_F(TrayIconTest, OnlyCodexAtSevenPercentShowsXSevenPercent) {
 
 TEST_F(TrayIconTest, BothProvidersShowClaudeFirst) {
     ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
-    AppState state(credentials, scripted.services());
-    TitleSubscription titles(state, [&](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    TitledTray titled(actions(), credentials, scripted.services());
+    TrayIcon& tray = titled.tray;
+    AppState& state = titled.state;
     test::SignalRecorder labels;
     test::SignalRecorder changes;
     ASSERT_TRUE(follow(tray, "org.kde.StatusNotifierItem", "XAyatanaNewLabel", labels));
@@ -275,11 +281,9 @@ TEST_F(TrayIconTest, BothProvidersShowClaudeFirst) {
 
 TEST_F(TrayIconTest, AChangeOfOnlyTheWeeklyPercentSendsNoUpdate) {
     ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
-    AppState state(credentials, scripted.services());
-    TitleSubscription titles(state, [&](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    TitledTray titled(actions(), credentials, scripted.services());
+    TrayIcon& tray = titled.tray;
+    AppState& state = titled.state;
     refreshWith(state, usage(Provider::claude, 42, 10), usage(Provider::codex, 17, 20));
     ASSERT_EQ(itemValue(tray, "XAyatanaLabel").toString(), " C:42% X:17%");
 
@@ -302,18 +306,16 @@ TEST_F(TrayIconTest, AChangeOfOnlyTheWeeklyPercentSendsNoUpdate) {
 
 TEST_F(TrayIconTest, ThreeChangesWithinTheDebounceGiveOneUpdateWithTheLastValues) {
     ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
-    AppState state(credentials, scripted.services());
-    TitleSubscription titles(state, [&](const auto& claude, const auto& codex) {
-        tray.updateMenuBarTitle(claude, codex);
-    });
+    TitledTray titled(actions(), credentials, scripted.services());
+    TrayIcon& tray = titled.tray;
+    AppState& state = titled.state;
     refreshWith(state, std::nullopt, std::nullopt);
     test::SignalRecorder labels;
     ASSERT_TRUE(follow(tray, "org.kde.StatusNotifierItem", "XAyatanaNewLabel", labels));
 
-    titles.offer(usage(Provider::claude, 10), usage(Provider::codex, 1));
-    titles.offer(usage(Provider::claude, 20), usage(Provider::codex, 2));
-    titles.offer(usage(Provider::claude, 30), usage(Provider::codex, 3));
+    titled.titles.offer(usage(Provider::claude, 10), usage(Provider::codex, 1));
+    titled.titles.offer(usage(Provider::claude, 20), usage(Provider::codex, 2));
+    titled.titles.offer(usage(Provider::claude, 30), usage(Provider::codex, 3));
     ASSERT_TRUE(waitUntil([&] { return !labels.messages.empty(); }));
     test::spin(TitleSubscription::debounceMs * 3);
     ASSERT_EQ(labels.messages.size(), 1u);
