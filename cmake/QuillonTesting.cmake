@@ -2,7 +2,7 @@
 #
 # One GoogleTest executable; each test case becomes its own CTest test, discovered when CTest
 # runs (so a test that needs a display is listed under the display that CTest runs with).
-#   QT   links the shell and uses a main() that creates the QApplication.
+#   QT   uses a main() that creates the QApplication; the shell libraries it tests come in LIBS.
 #   BUS  runs every test case on a private D-Bus session bus of its own (dbus-run-session).
 #   OWN_DISPLAY  runs every test case on a virtual display of its own (scripts/with-display.sh).
 # The wrappers must be set before the tests are discovered: discovery reads them once.
@@ -14,7 +14,7 @@ function(quillon_add_test name)
     target_link_libraries(${name} PRIVATE quillon_test_support quillon_warnings GTest::gmock
                                           ${ARG_LIBS})
     if(ARG_QT)
-        target_link_libraries(${name} PRIVATE quillon_shell quillon_qt_test_main Qt6::Test)
+        target_link_libraries(${name} PRIVATE quillon_qt_test_main Qt6::Test)
     else()
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()

@@ -3,9 +3,9 @@
 #include "app/app_services.h"
 #include "app/app_state.h"
 #include "app/auth_store.h"
-#include "app/panel_window.h"
-#include "app/title_subscription.h"
-#include "app/tray_icon.h"
+#include "panel/panel_window.h"
+#include "tray/title_subscription.h"
+#include "tray/tray_icon.h"
 
 #include <functional>
 

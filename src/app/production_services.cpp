@@ -1,6 +1,6 @@
 #include "app/production_services.h"
 
-#include "app/desktop_notifications.h"
+#include "notifications/desktop_notifications.h"
 #include "app/provider_fetches.h"
 #include "localstats/local_stats_reader.h"
 

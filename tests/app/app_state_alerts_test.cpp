@@ -1,6 +1,6 @@
 #include "app/app_state.h"
 #include "app/production_services.h"
-#include "fake_notification_server.h"
+#include "support/fake_notification_server.h"
 #include "intents/shared_usage_data.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"

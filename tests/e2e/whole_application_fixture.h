@@ -3,10 +3,10 @@
 #include "app/auth_store.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
-#include "app/status_notifier_item.h"
-#include "app/title_subscription.h"
-#include "app/tray_dbus_types.h"
-#include "fake_notification_server.h"
+#include "tray/status_notifier_item.h"
+#include "tray/title_subscription.h"
+#include "tray/tray_dbus_types.h"
+#include "support/fake_notification_server.h"
 #include "intents/shared_usage_data.h"
 #include "localstats/local_stats_reader.h"
 #include "quillon_process.h"
@@ -15,7 +15,7 @@
 #include "support/qt_wait.h"
 #include "support/test_ca.h"
 #include "temporary_home.h"
-#include "tray_test_bus.h"
+#include "tray/tray_test_bus.h"
 
 #include <QDBusArgument>
 #include <QDBusVariant>

@@ -1,0 +1,94 @@
+#include "cli/command_line.h"
+
+#include "cli/intent_commands.h"
+#include "cli/set_credential_command.h"
+
+#include <functional>
+#include <ostream>
+#include <span>
+#include <string_view>
+
+namespace quillon {
+namespace {
+
+struct Command {
+    std::string_view name;
+    std::string_view synopsis;
+    std::function<int(std::span<const std::string>, CommandStreams, const CommandExtras&)> run;
+};
+
+using PlainCommand = int (*)(std::span<const std::string>, CommandStreams);
+
+auto withoutExtras(PlainCommand command) {
+    return [command](std::span<const std::string> args, CommandStreams streams,
+                     const CommandExtras&) { return command(args, streams); };
+}
+
+const std::vector<Command>& commands() {
+    static const std::vector<Command> table{
+        {"set-credential", "set-credential NAME [--clear]   store a credential read from stdin",
+         withoutExtras(runSetCredential)},
+        {"get-usage",
+         "get-usage [--card FILE.png] [--notify] [--speak]\n"
+         "                                   Claude's and Codex's five-hour use, as last saved",
+         runGetUsage},
+        {"get-claude-usage",
+         "get-claude-usage [--notify] [--speak]\n"
+         "                                   Claude's five-hour use and when it resets",
+         runGetClaudeUsage},
+        {"get-codex-usage",
+         "get-codex-usage [--notify] [--speak]\n"
+         "                                   Codex's five-hour use and when it resets",
+         runGetCodexUsage},
+        {"refresh-usage",
+         "refresh-usage [--notify] [--speak]\n"
+         "                                   ask for fresh figures (the panel refreshes every "
+         "minute)",
+         runRefreshUsage},
+        {"shortcuts",
+         "shortcuts [--desktop-actions]    the intents and the phrases that ask for them",
+         withoutExtras(runShortcuts)},
+    };
+    return table;
+}
+
+void printUsage(std::ostream& stream) {
+    stream << "Usage: quillon [COMMAND]\n"
+              "Without a command, Quillon starts in the panel.\n\nCommands:\n";
+    for (const auto& command : commands()) {
+        stream << "  " << command.synopsis << '\n';
+    }
+    stream << "  --help                           show this help\n"
+              "  --version                        show the version\n"
+              "\nNAME is one of: claude-cookie, codex-cookie, codex-token.\n"
+              "--card draws the answer's card as a PNG, --notify also shows the answer as a\n"
+              "desktop notification, --speak also speaks it (speech-dispatcher's spd-say).\n";
+}
+
+} // namespace
+
+std::optional<int> runCommandLine(const std::vector<std::string>& args, CommandStreams streams,
+                                  const CommandExtras& extras) {
+    if (args.empty()) {
+        return std::nullopt;
+    }
+    const std::string& name = args.front();
+    if (name == "--help" || name == "-h" || name == "help") {
+        printUsage(streams.out);
+        return 0;
+    }
+    if (name == "--version") {
+        streams.out << "quillon " << QUILLON_VERSION << '\n';
+        return 0;
+    }
+    for (const auto& command : commands()) {
+        if (command.name == name) {
+            return command.run(std::span(args).subspan(1), streams, extras);
+        }
+    }
+    streams.err << "quillon: unknown command '" << name << "'\n\n";
+    printUsage(streams.err);
+    return 2;
+}
+
+} // namespace quillon

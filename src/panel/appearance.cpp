@@ -1,0 +1,88 @@
+#include "panel/appearance.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPalette>
+
+namespace quillon {
+namespace {
+
+QColor withAlpha(QColor color, double alpha) {
+    color.setAlphaF(static_cast<float>(alpha));
+    return color;
+}
+
+QPalette palette() {
+    return QGuiApplication::palette();
+}
+
+} // namespace
+
+Appearance::Appearance(QObject* parent) : QObject(parent) {
+    if (QCoreApplication* app = QCoreApplication::instance()) {
+        app->installEventFilter(this);
+    }
+}
+
+bool Appearance::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == QCoreApplication::instance() &&
+        event->type() == QEvent::ApplicationPaletteChange) {
+        emit changed();
+    }
+    return false;
+}
+
+// Dark when the window colour is darker than its text: the palette of any desktop theme says so.
+bool Appearance::dark() const {
+    const QPalette p = palette();
+    return p.color(QPalette::Window).lightness() < p.color(QPalette::WindowText).lightness();
+}
+
+QColor Appearance::background() const {
+    return palette().color(QPalette::Window);
+}
+
+QColor Appearance::controlBackground() const {
+    // The cards stand out from the panel a little: half-strength in light appearance, where the
+    // control colour is white, and at full strength in dark appearance.
+    const QColor base = palette().color(QPalette::Base);
+    return dark() ? base : withAlpha(base, 0.5);
+}
+
+QColor Appearance::primary() const {
+    return withAlpha(palette().color(QPalette::WindowText), 0.88);
+}
+
+QColor Appearance::secondary() const {
+    return withAlpha(palette().color(QPalette::WindowText), dark() ? 0.58 : 0.55);
+}
+
+QColor Appearance::tertiary() const {
+    return withAlpha(palette().color(QPalette::WindowText), dark() ? 0.36 : 0.32);
+}
+
+QColor Appearance::accent() const {
+    return palette().color(QPalette::Highlight);
+}
+
+QColor Appearance::accentText() const {
+    return palette().color(QPalette::HighlightedText);
+}
+
+QColor Appearance::red() const {
+    return dark() ? QColor(0xff, 0x55, 0x4a) : QColor(0xee, 0x3b, 0x30);
+}
+
+QColor Appearance::orange() const {
+    return dark() ? QColor(0xff, 0xa1, 0x1a) : QColor(0xf5, 0x8a, 0x00);
+}
+
+QColor Appearance::yellow() const {
+    return dark() ? QColor(0xff, 0xd4, 0x26) : QColor(0xf2, 0xc0, 0x00);
+}
+
+QColor Appearance::green() const {
+    return dark() ? QColor(0x3a, 0xd1, 0x63) : QColor(0x2f, 0xb8, 0x51);
+}
+
+} // namespace quillon

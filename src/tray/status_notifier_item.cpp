@@ -1,0 +1,222 @@
+#include "tray/status_notifier_item.h"
+
+#include "app/app_icon.h"
+
+#include <QCoreApplication>
+#include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QIcon>
+
+#include <atomic>
+
+namespace quillon {
+
+namespace {
+
+constexpr auto applicationId = "quillon";
+constexpr auto title = "Quillon";
+// Picture sizes offered to panels that cannot use a themed icon.
+constexpr int pixmapSides[] = {16, 22, 24, 32, 48, 64};
+
+QString nextServiceName() {
+    static std::atomic<int> instance{0};
+    return QStringLiteral("org.kde.StatusNotifierItem-%1-%2")
+        .arg(QCoreApplication::applicationPid())
+        .arg(++instance);
+}
+
+} // namespace
+
+// The org.kde.StatusNotifierItem interface of the item, with the Ayatana label extension. The
+// introspection data is written out so that every signature is exactly the protocol's.
+class StatusNotifierItemAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierItem")
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"org.kde.StatusNotifierItem\">\n"
+                "    <property name=\"Category\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"Id\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"Title\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"Status\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"WindowId\" type=\"i\" access=\"read\"/>\n"
+                "    <property name=\"IconThemePath\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"Menu\" type=\"o\" access=\"read\"/>\n"
+                "    <property name=\"ItemIsMenu\" type=\"b\" access=\"read\"/>\n"
+                "    <property name=\"IconName\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"IconPixmap\" type=\"a(iiay)\" access=\"read\"/>\n"
+                "    <property name=\"OverlayIconName\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"OverlayIconPixmap\" type=\"a(iiay)\" access=\"read\"/>\n"
+                "    <property name=\"AttentionIconName\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"AttentionIconPixmap\" type=\"a(iiay)\" access=\"read\"/>\n"
+                "    <property name=\"AttentionMovieName\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"ToolTip\" type=\"(sa(iiay)ss)\" access=\"read\"/>\n"
+                "    <property name=\"XAyatanaLabel\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"XAyatanaLabelGuide\" type=\"s\" access=\"read\"/>\n"
+                "    <method name=\"ContextMenu\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Activate\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"SecondaryActivate\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Scroll\">\n"
+                "      <arg name=\"delta\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"orientation\" type=\"s\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"ProvideXdgActivationToken\">\n"
+                "      <arg name=\"token\" type=\"s\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <signal name=\"NewTitle\"/>\n"
+                "    <signal name=\"NewIcon\"/>\n"
+                "    <signal name=\"NewAttentionIcon\"/>\n"
+                "    <signal name=\"NewOverlayIcon\"/>\n"
+                "    <signal name=\"NewMenu\"/>\n"
+                "    <signal name=\"NewToolTip\"/>\n"
+                "    <signal name=\"NewStatus\">\n"
+                "      <arg name=\"status\" type=\"s\"/>\n"
+                "    </signal>\n"
+                "    <signal name=\"NewIconThemePath\">\n"
+                "      <arg name=\"icon_theme_path\" type=\"s\"/>\n"
+                "    </signal>\n"
+                "    <signal name=\"XAyatanaNewLabel\">\n"
+                "      <arg name=\"label\" type=\"s\"/>\n"
+                "      <arg name=\"guide\" type=\"s\"/>\n"
+                "    </signal>\n"
+                "  </interface>\n")
+    Q_PROPERTY(QString Category READ category)
+    Q_PROPERTY(QString Id READ id)
+    Q_PROPERTY(QString Title READ title)
+    Q_PROPERTY(QString Status READ status)
+    Q_PROPERTY(int WindowId READ windowId)
+    Q_PROPERTY(QString IconThemePath READ emptyText)
+    Q_PROPERTY(QDBusObjectPath Menu READ menu)
+    Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
+    Q_PROPERTY(QString IconName READ iconName)
+    Q_PROPERTY(quillon::SniIconPixmaps IconPixmap READ iconPixmap)
+    Q_PROPERTY(QString OverlayIconName READ emptyText)
+    Q_PROPERTY(quillon::SniIconPixmaps OverlayIconPixmap READ noPixmaps)
+    Q_PROPERTY(QString AttentionIconName READ emptyText)
+    Q_PROPERTY(quillon::SniIconPixmaps AttentionIconPixmap READ noPixmaps)
+    Q_PROPERTY(QString AttentionMovieName READ emptyText)
+    Q_PROPERTY(quillon::SniToolTip ToolTip READ toolTip)
+    Q_PROPERTY(QString XAyatanaLabel READ label)
+    Q_PROPERTY(QString XAyatanaLabelGuide READ labelGuide)
+
+public:
+    explicit StatusNotifierItemAdaptor(StatusNotifierItem* item)
+        : QDBusAbstractAdaptor(item), item_(item) {
+        setAutoRelaySignals(false);
+    }
+
+    QString category() const { return QStringLiteral("ApplicationStatus"); }
+    QString id() const { return QString::fromLatin1(applicationId); }
+    QString title() const { return QString::fromLatin1(quillon::title); }
+    QString status() const { return QStringLiteral("Active"); }
+    int windowId() const { return 0; }
+    QString emptyText() const { return {}; }
+    QDBusObjectPath menu() const { return item_->menu(); }
+    bool itemIsMenu() const { return false; }
+    QString iconName() const { return item_->iconName(); }
+    SniIconPixmaps iconPixmap() const { return item_->iconPixmaps(); }
+    SniIconPixmaps noPixmaps() const { return {}; }
+    SniToolTip toolTip() const { return item_->toolTip(); }
+    QString label() const { return item_->label(); }
+    QString labelGuide() const { return QString::fromLatin1(StatusNotifierItem::labelGuide); }
+
+public slots:
+    void ContextMenu(int x, int y) { emit item_->contextMenuRequested(QPoint(x, y)); }
+    void Activate(int x, int y) { emit item_->activated(QPoint(x, y)); }
+    // A middle click has no meaning of its own here.
+    void SecondaryActivate(int, int) {}
+    void Scroll(int, const QString&) {}
+    // The panel window runs on X11 (also under XWayland), where showing it needs no token.
+    void ProvideXdgActivationToken(const QString&) {}
+
+signals:
+    void NewTitle();
+    void NewIcon();
+    void NewAttentionIcon();
+    void NewOverlayIcon();
+    void NewMenu();
+    void NewToolTip();
+    void NewStatus(const QString& status);
+    void NewIconThemePath(const QString& iconThemePath);
+    void XAyatanaNewLabel(const QString& label, const QString& guide);
+
+private:
+    StatusNotifierItem* item_;
+};
+
+StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const QString& menuPath,
+                                       QObject* parent)
+    : QObject(parent), bus_(std::move(bus)), serviceName_(nextServiceName()), menuPath_(menuPath) {
+    registerTrayDBusTypes();
+    // A themed icon is named only when one is installed; the drawn pictures always come along.
+    if (QIcon::hasThemeIcon(QString::fromLatin1(applicationId))) {
+        iconName_ = QString::fromLatin1(applicationId);
+    }
+    for (const int side : pixmapSides) {
+        iconPixmaps_.append(toSniIconPixmap(generatePlaceholderAppIcon(side)));
+    }
+    adaptor_ = new StatusNotifierItemAdaptor(this);
+    published_ = bus_.registerObject(QString::fromLatin1(objectPath), this) &&
+                 bus_.registerService(serviceName_);
+}
+
+StatusNotifierItem::~StatusNotifierItem() {
+    bus_.unregisterObject(QString::fromLatin1(objectPath));
+    bus_.unregisterService(serviceName_);
+}
+
+SniToolTip StatusNotifierItem::toolTip() const {
+    return SniToolTip{iconName_, iconPixmaps_, QString::fromLatin1(title), label_};
+}
+
+void StatusNotifierItem::setLabel(const QString& label) {
+    if (label == label_) {
+        return;
+    }
+    label_ = label;
+    emit adaptor_->XAyatanaNewLabel(label_, QString::fromLatin1(labelGuide));
+    emit adaptor_->NewToolTip();
+    announceChanged({QStringLiteral("XAyatanaLabel"), QStringLiteral("ToolTip")});
+}
+
+void StatusNotifierItem::announceChanged(const QStringList& properties) {
+    QVariantMap changed;
+    for (const auto& name : properties) {
+        changed.insert(name, adaptor_->property(name.toLatin1().constData()));
+    }
+    auto signal = QDBusMessage::createSignal(QString::fromLatin1(objectPath),
+                                             QStringLiteral("org.freedesktop.DBus.Properties"),
+                                             QStringLiteral("PropertiesChanged"));
+    signal << QString::fromLatin1(interfaceName) << changed << QStringList();
+    bus_.send(signal);
+}
+
+void StatusNotifierItem::registerWithWatcher() {
+    const quint64 request = ++registrationRequest_;
+    auto call = QDBusMessage::createMethodCall(
+        QString::fromLatin1(watcherService), QString::fromLatin1(watcherPath),
+        QString::fromLatin1(watcherService), QStringLiteral("RegisterStatusNotifierItem"));
+    call << serviceName_;
+    auto* pending = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this,
+            [this, request](QDBusPendingCallWatcher* finished) {
+                finished->deleteLater();
+                if (request == registrationRequest_) {
+                    emit registrationFinished(published_ && !finished->isError());
+                }
+            });
+}
+
+} // namespace quillon
+
+#include "status_notifier_item.moc"

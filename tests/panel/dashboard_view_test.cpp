@@ -1,0 +1,265 @@
+#include "panel/appearance.h"
+#include "panel/view_helpers.h"
+#include "panel_fixture.h"
+
+#include <QSignalSpy>
+
+#include <condition_variable>
+#include <mutex>
+
+namespace quillon {
+namespace {
+
+using test::PanelTest;
+
+class DashboardViewTest : public PanelTest {
+protected:
+    QQuickItem* card(const char* provider) {
+        return item(("usageCard_" + std::string(provider)).c_str());
+    }
+    QQuickItem* cardPart(const char* provider, const char* name) {
+        return find(name, card(provider));
+    }
+    int shownSections(QQuickItem* within) const {
+        int count = 0;
+        for (const auto* section : items("usageSection", within)) {
+            count += shown(section) ? 1 : 0;
+        }
+        return count;
+    }
+};
+
+TEST_F(DashboardViewTest, BothProvidersAbsentShowOnlyTheEmptyState) {
+    open();
+    EXPECT_TRUE(shown(item("emptyStateView")));
+    EXPECT_EQ(text(item("emptyTitle")), "No Providers Connected");
+    EXPECT_EQ(text(item("emptyHint")), "Check Settings to configure your accounts");
+    EXPECT_FALSE(shown(find("usageCard_claude")));
+    EXPECT_FALSE(shown(find("usageCard_codex")));
+    EXPECT_EQ(shownSections(nullptr), 0);
+}
+
+TEST_F(DashboardViewTest, CardWithoutSonnetContextAndTodayShowsExactlyTwoSections) {
+    codex = test::plainCodex();
+    open();
+    QQuickItem* codexCard = card("codex");
+    ASSERT_TRUE(shown(codexCard));
+    EXPECT_EQ(shownSections(codexCard), 2);
+    EXPECT_FALSE(shown(find("contextBlock", codexCard)));
+    EXPECT_FALSE(shown(find("todayBlock", codexCard)));
+    EXPECT_FALSE(shown(item("emptyStateView")));
+    EXPECT_EQ(text(find("cardTitle", codexCard)), "Codex Usage");
+}
+
+TEST_F(DashboardViewTest, FullCardShowsEveryBlockWithItsTexts) {
+    claude = test::fullClaude();
+    open();
+    QQuickItem* claudeCard = card("claude");
+    ASSERT_TRUE(shown(claudeCard));
+    EXPECT_EQ(shownSections(claudeCard), 3);
+    EXPECT_EQ(text(find("cardTitle", claudeCard)), "Claude Usage");
+    EXPECT_EQ(text(find("planText", claudeCard)), "Max 5x");
+    QStringList labels;
+    QStringList subtitles;
+    for (auto* section : items("usageSection", claudeCard)) {
+        labels << text(find("sectionLabel", section));
+        subtitles << text(find("sectionSubtitle", section));
+    }
+    EXPECT_EQ(labels, (QStringList{"5-Hour Window", "Weekly", "Sonnet (7-day)"}));
+    EXPECT_EQ(subtitles,
+              (QStringList{"Resets in 2h 05m", "Resets Thu 9:00 AM", "Resets Thu 9:00 AM"}));
+    EXPECT_EQ(text(find("contextPercent", claudeCard)), "23%");
+    EXPECT_EQ(text(find("contextTokens", claudeCard)), "45.2K / 200.0K tokens");
+    EXPECT_TRUE(shown(find("todayBlock", claudeCard)));
+    EXPECT_FALSE(shown(item("emptyStateView")));
+}
+
+TEST_F(DashboardViewTest, CardWithoutPlanShowsNoBadge) {
+    codex = test::plainCodex();
+    codex->plan.reset();
+    open();
+    EXPECT_FALSE(shown(cardPart("codex", "planBadge")));
+}
+
+TEST_F(DashboardViewTest, EmptyDayIsHidden) {
+    claude = test::fullClaude();
+    claude->today = TodayUsage{0, "0"};
+    open();
+    EXPECT_FALSE(shown(cardPart("claude", "todayBlock")));
+}
+
+TEST_F(DashboardViewTest, NoMessagesButTokensShowsTheDay) {
+    claude = test::fullClaude();
+    claude->today = TodayUsage{0, "1.2K"};
+    open();
+    QQuickItem* today = cardPart("claude", "todayBlock");
+    ASSERT_TRUE(shown(today));
+    EXPECT_EQ(find("messagesStat", today)->property("value").toString(), "0");
+    EXPECT_EQ(find("tokensStat", today)->property("value").toString(), "1.2K");
+}
+
+TEST_F(DashboardViewTest, BarColourAndWidthFollowThePercent) {
+    claude = test::fullClaude();
+    open();
+    QQuickItem* bar = cardPart("claude", "progressBar");
+    ASSERT_NE(bar, nullptr);
+    QQuickItem* fill = find("progressFill", bar);
+    const Appearance colours;
+    const struct {
+        int percent;
+        QColor colour;
+        double fraction;
+    } cases[] = {{89, colours.orange(), 0.89}, {90, colours.red(), 0.90},
+                 {74, colours.yellow(), 0.74}, {75, colours.orange(), 0.75},
+                 {49, colours.green(), 0.49},  {130, colours.red(), 1.0},
+                 {-5, colours.green(), 0.0}};
+    for (const auto& c : cases) {
+        bar->setProperty("percent", c.percent);
+        test::spin(400); // the bar eases to its new length in 0.3 s
+        EXPECT_EQ(bar->property("fillColor").value<QColor>(), c.colour) << c.percent;
+        EXPECT_EQ(fill->property("color").value<QColor>(), c.colour) << c.percent;
+        EXPECT_NEAR(fill->width(), bar->width() * c.fraction, 0.5) << c.percent;
+    }
+}
+
+TEST_F(DashboardViewTest, BarEasesToItsNewLength) {
+    claude = test::fullClaude();
+    open();
+    QQuickItem* bar = cardPart("claude", "progressBar");
+    QQuickItem* fill = find("progressFill", bar);
+    bar->setProperty("percent", 100);
+    test::spin(120);
+    EXPECT_GT(fill->width(), bar->width() * 0.42);
+    EXPECT_LT(fill->width(), bar->width());
+    test::spin(300);
+    EXPECT_NEAR(fill->width(), bar->width(), 0.5);
+}
+
+// A fetch that waits until the test lets it go, so the panel can be seen mid-refresh.
+class HeldFetch {
+public:
+    std::optional<UsageData> operator()() {
+        std::unique_lock lock(mutex_);
+        released_.wait(lock, [&] { return !held_; });
+        return result;
+    }
+    void release() {
+        {
+            const std::lock_guard lock(mutex_);
+            held_ = false;
+        }
+        released_.notify_all();
+    }
+    std::optional<UsageData> result;
+
+private:
+    std::mutex mutex_;
+    std::condition_variable released_;
+    bool held_ = true;
+};
+
+TEST_F(DashboardViewTest, NeverUpdatedShowsNeverAndTheSymbolSpinsWhileRefreshing) {
+    auto held = std::make_shared<HeldFetch>();
+    held->result = test::plainCodex();
+    AppServices services;
+    services.fetchCodex = [held](CredentialStore&, const Cancellation&) { return (*held)(); };
+    state = std::make_unique<AppState>(authStore, std::move(services));
+    panel = std::make_unique<PanelWindow>(*state, authStore);
+    panel->showAt(QPoint(960, 30));
+    test::spin(300);
+    EXPECT_EQ(text(item("lastUpdatedText")), "Never");
+    QQuickItem* symbol = item("refreshSymbol");
+    EXPECT_TRUE(symbol->property("spinning").toBool());
+    const qreal before = symbol->rotation();
+    test::spin(250);
+    EXPECT_NE(symbol->rotation(), before);
+
+    held->release();
+    ASSERT_TRUE(test::waitUntil([&] { return !state->isRefreshing(); }));
+    test::spin(400);
+    EXPECT_FALSE(symbol->property("spinning").toBool());
+    EXPECT_EQ(symbol->rotation(), 0);
+    EXPECT_EQ(text(item("lastUpdatedText")), "0 sec ago");
+}
+
+TEST_F(DashboardViewTest, RefreshButtonStartsARefresh) {
+    codex = test::plainCodex();
+    open();
+    QSignalSpy refreshes(state.get(), &AppState::lastUpdatedChanged);
+    click(item("refreshButton"));
+    ASSERT_TRUE(test::waitUntil([&] { return refreshes.count() == 1; }));
+}
+
+TEST_F(DashboardViewTest, SettingsButtonSwapsTheCardsForTheSettingsAndBack) {
+    codex = test::plainCodex();
+    open();
+    EXPECT_EQ(item("settingsSymbol")->property("name").toString(), "gearshape");
+    openSettings();
+    EXPECT_TRUE(shown(item("inlineSettingsView")));
+    EXPECT_EQ(find("usageCard_codex"), nullptr);
+    EXPECT_EQ(item("settingsSymbol")->property("name").toString(), "chevron.left");
+    click(item("settingsButton"));
+    EXPECT_EQ(find("inlineSettingsView"), nullptr);
+    EXPECT_TRUE(shown(item("usageCard_codex")));
+}
+
+TEST(ViewHelpersTest, FormatsTokensAsTheCoreDoes) {
+    const ViewHelpers helpers;
+    EXPECT_EQ(helpers.formatTokens(999), "999");
+    EXPECT_EQ(helpers.formatTokens(1000), "1.0K");
+    EXPECT_EQ(helpers.formatTokens(999999), "1000.0K");
+    EXPECT_EQ(helpers.formatTokens(1000000), "1.0M");
+}
+
+TEST(ViewHelpersTest, LastUpdatedTextCountsFromTheClock) {
+    const auto now = std::chrono::system_clock::now();
+    const ViewHelpers helpers([now] { return now; });
+    EXPECT_EQ(helpers.lastUpdatedText(QDateTime()), "Never");
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
+    EXPECT_EQ(helpers.lastUpdatedText(QDateTime::fromMSecsSinceEpoch(ms.count() - 125000)),
+              "2 min ago");
+}
+
+TEST(ViewHelpersTest, SymbolSourceCarriesTheColour) {
+    const ViewHelpers helpers;
+    EXPECT_EQ(helpers.symbol("gearshape", QColor(0x34, 0x78, 0xf6)),
+              "image://symbol/ff3478f6/gearshape");
+}
+
+TEST_F(DashboardViewTest, ScreenshotBothCardsLight) {
+    claude = test::fullClaude();
+    codex = test::plainCodex();
+    open();
+    const QImage shot = screenshot("panel-cards-light");
+    // The shadow darkens the backdrop just below the panel's bottom edge.
+    const QRect panelRect(PanelWindow::shadowMargin, PanelWindow::shadowMargin,
+                          PanelWindow::panelWidth, PanelWindow::panelHeight);
+    const QColor under = shot.pixelColor(panelRect.center().x(), panelRect.bottom() + 6);
+    const QColor far = shot.pixelColor(panelRect.center().x(), shot.height() - 1);
+    EXPECT_LT(under.lightness(), far.lightness() - 8);
+}
+
+TEST_F(DashboardViewTest, ScreenshotBothCardsDark) {
+    useDarkAppearance();
+    claude = test::fullClaude();
+    codex = test::plainCodex();
+    open();
+    const QImage shot = screenshot("panel-cards-dark");
+    const QColor background =
+        shot.pixelColor(PanelWindow::shadowMargin + 5, PanelWindow::shadowMargin + 30);
+    EXPECT_LT(background.lightness(), 80);
+}
+
+TEST_F(DashboardViewTest, ScreenshotEmptyStateLight) {
+    open();
+    screenshot("panel-empty-light");
+}
+
+TEST_F(DashboardViewTest, ScreenshotEmptyStateDark) {
+    useDarkAppearance();
+    open();
+    screenshot("panel-empty-dark");
+}
+
+} // namespace
+} // namespace quillon
