@@ -40,7 +40,9 @@ std::optional<UsageData> fetchQuietly(const AppServices::Fetch& fetch, Credentia
     }
 }
 
-std::int64_t clampHour(std::int64_t hour) { return std::clamp<std::int64_t>(hour, 0, 23); }
+std::int64_t clampHour(std::int64_t hour) {
+    return std::clamp<std::int64_t>(hour, 0, 23);
+}
 
 } // namespace
 
@@ -195,10 +197,18 @@ void AppState::saveDataForSiri() {
         .save(*services_.snapshotStore);
 }
 
-QVariantMap AppState::smartNotificationSettingsVariant() const { return toVariantMap(smart_); }
-QVariant AppState::claudeUsageVariant() const { return toVariant(claudeUsage_); }
-QVariant AppState::codexUsageVariant() const { return toVariant(codexUsage_); }
-QVariantMap AppState::settingsVariant() const { return toVariantMap(settings_); }
+QVariantMap AppState::smartNotificationSettingsVariant() const {
+    return toVariantMap(smart_);
+}
+QVariant AppState::claudeUsageVariant() const {
+    return toVariant(claudeUsage_);
+}
+QVariant AppState::codexUsageVariant() const {
+    return toVariant(codexUsage_);
+}
+QVariantMap AppState::settingsVariant() const {
+    return toVariantMap(settings_);
+}
 
 QDateTime AppState::lastUpdatedVariant() const {
     return lastUpdated_ ? toDateTime(*lastUpdated_) : QDateTime();

@@ -4,11 +4,18 @@
 
 namespace quillon {
 
-AuthStore::AuthStore(SettingsFile file, QObject* parent) : QObject(parent), file_(std::move(file)) {}
+AuthStore::AuthStore(SettingsFile file, QObject* parent)
+    : QObject(parent), file_(std::move(file)) {}
 
-std::string AuthStore::claudeCookieHeader() const { return read("claudeCookieHeader"); }
-std::string AuthStore::codexCookieHeader() const { return read("codexCookieHeader"); }
-std::string AuthStore::codexAccessToken() const { return read("codexAccessToken"); }
+std::string AuthStore::claudeCookieHeader() const {
+    return read("claudeCookieHeader");
+}
+std::string AuthStore::codexCookieHeader() const {
+    return read("codexCookieHeader");
+}
+std::string AuthStore::codexAccessToken() const {
+    return read("codexAccessToken");
+}
 
 void AuthStore::setClaudeCookieHeader(const std::string& value) {
     write("claudeCookieHeader", value);

@@ -1,3 +1,5 @@
 #include "app/quillon_main.h"
 
-int main(int argc, char** argv) { return quillon::quillonMain(argc, argv); }
+int main(int argc, char** argv) {
+    return quillon::quillonMain(argc, argv);
+}

@@ -1,8 +1,8 @@
 #include "app/production_services.h"
 
-#include "notifications/desktop_notifications.h"
 #include "app/provider_fetches.h"
 #include "localstats/local_stats_reader.h"
+#include "notifications/desktop_notifications.h"
 
 #include <memory>
 

@@ -13,8 +13,8 @@ QDateTime toDateTime(Instant instant) {
 QVariantMap toVariantMap(const UsageWindow& window) {
     return {
         {QStringLiteral("percent"), QVariant::fromValue<qint64>(window.percent)},
-        {QStringLiteral("resetsAt"), window.resetsAt ? QVariant(toDateTime(*window.resetsAt))
-                                                     : QVariant()},
+        {QStringLiteral("resetsAt"),
+         window.resetsAt ? QVariant(toDateTime(*window.resetsAt)) : QVariant()},
         {QStringLiteral("resetLabel"), QString::fromStdString(window.resetLabel)},
     };
 }
@@ -25,24 +25,25 @@ QVariant toVariant(const std::optional<UsageData>& usage) {
     }
     QVariantMap map{
         {QStringLiteral("provider"), QString::fromUtf8(rawValue(usage->provider).data())},
-        {QStringLiteral("plan"), usage->plan ? QVariant(QString::fromStdString(*usage->plan))
-                                             : QVariant()},
+        {QStringLiteral("plan"),
+         usage->plan ? QVariant(QString::fromStdString(*usage->plan)) : QVariant()},
         {QStringLiteral("fiveHour"), toVariantMap(usage->fiveHour)},
         {QStringLiteral("weekly"), toVariantMap(usage->weekly)},
-        {QStringLiteral("sonnet"), usage->sonnet ? QVariant(toVariantMap(*usage->sonnet))
-                                                 : QVariant()},
+        {QStringLiteral("sonnet"),
+         usage->sonnet ? QVariant(toVariantMap(*usage->sonnet)) : QVariant()},
     };
     if (const auto& context = usage->contextUsage) {
-        map.insert(QStringLiteral("contextUsage"),
-                   QVariantMap{
-                       {QStringLiteral("projectName"), QString::fromStdString(context->projectName)},
-                       {QStringLiteral("tokensUsed"), QVariant::fromValue<qint64>(context->tokensUsed)},
-                       {QStringLiteral("effectiveWindow"),
-                        QVariant::fromValue<qint64>(context->effectiveWindow)},
-                       {QStringLiteral("tokensRemaining"),
-                        QVariant::fromValue<qint64>(context->tokensRemaining)},
-                       {QStringLiteral("percentUsed"), QVariant::fromValue<qint64>(context->percentUsed)},
-                   });
+        map.insert(
+            QStringLiteral("contextUsage"),
+            QVariantMap{
+                {QStringLiteral("projectName"), QString::fromStdString(context->projectName)},
+                {QStringLiteral("tokensUsed"), QVariant::fromValue<qint64>(context->tokensUsed)},
+                {QStringLiteral("effectiveWindow"),
+                 QVariant::fromValue<qint64>(context->effectiveWindow)},
+                {QStringLiteral("tokensRemaining"),
+                 QVariant::fromValue<qint64>(context->tokensRemaining)},
+                {QStringLiteral("percentUsed"), QVariant::fromValue<qint64>(context->percentUsed)},
+            });
     }
     if (const auto& today = usage->today) {
         map.insert(QStringLiteral("today"),

@@ -12,7 +12,9 @@ enum class Provider { claude, codex };
 std::string_view rawValue(Provider provider);
 
 // A provider is identified by its raw value.
-inline std::string_view id(Provider provider) { return rawValue(provider); }
+inline std::string_view id(Provider provider) {
+    return rawValue(provider);
+}
 
 // Exactly "claude" or "codex", case-sensitive; anything else gives no provider.
 std::optional<Provider> providerFromRawValue(std::string_view raw);

@@ -1,11 +1,11 @@
 #include "panel/panel_window.h"
 
 #include "app/app_state.h"
-#include "panel/appearance.h"
 #include "app/auth_store.h"
+#include "model/fatal.h"
+#include "panel/appearance.h"
 #include "panel/panel_images.h"
 #include "panel/view_helpers.h"
-#include "model/fatal.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>

@@ -1,9 +1,9 @@
 #include "tray/tray_icon.h"
 
 #include "app/app_icon.h"
+#include "model/menu_bar_title.h"
 #include "tray/dbus_menu.h"
 #include "tray/status_notifier_item.h"
-#include "model/menu_bar_title.h"
 
 #include <QCursor>
 #include <QDBusServiceWatcher>

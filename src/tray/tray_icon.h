@@ -1,7 +1,7 @@
 #pragma once
 
-#include "tray/tray_menu.h"
 #include "model/usage_data.h"
+#include "tray/tray_menu.h"
 
 #include <QDBusConnection>
 #include <QObject>

@@ -1,7 +1,7 @@
 #include "app/app_state.h"
 #include "app/production_services.h"
-#include "support/fake_notification_server.h"
 #include "intents/shared_usage_data.h"
+#include "support/fake_notification_server.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"

@@ -97,7 +97,8 @@ TEST_F(AuthStoreTest, SettingsFileIsPrivate) {
 TEST_F(AuthStoreTest, TokenWriteFromBackgroundThreadHappensOnMainThread) {
     AuthStore store;
     Qt::HANDLE writerThread = nullptr;
-    QObject::connect(&store, &AuthStore::changed, [&] { writerThread = QThread::currentThreadId(); });
+    QObject::connect(&store, &AuthStore::changed,
+                     [&] { writerThread = QThread::currentThreadId(); });
     QtConcurrent::run([&store] { store.setCodexAccessToken("from-background"); }).waitForFinished();
     ASSERT_TRUE(test::waitUntil([&] { return writerThread != nullptr; }));
     EXPECT_EQ(writerThread, QThread::currentThreadId());

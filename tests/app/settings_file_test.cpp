@@ -56,7 +56,8 @@ TEST_F(SettingsFileTest, WidenedModesAreNarrowedOnTheNextWrite) {
 }
 
 TEST_F(SettingsFileTest, BytesRoundTripExactly) {
-    const std::string awkward = std::string("a=1; b=2, c=\"3\"\n\t@x\\y\r\n") + '\0' + "\xff\xfe end";
+    const std::string awkward =
+        std::string("a=1; b=2, c=\"3\"\n\t@x\\y\r\n") + '\0' + "\xff\xfe end";
     settings.writeBytes("value", awkward);
     const SettingsFile reopened{QString::fromStdString(file.string())};
     EXPECT_EQ(reopened.readBytes("value"), awkward);

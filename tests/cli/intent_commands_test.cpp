@@ -1,6 +1,6 @@
 #include "app/settings_file.h"
-#include "support/fake_notification_server.h"
 #include "intents/shared_usage_data.h"
+#include "support/fake_notification_server.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
 

@@ -14,9 +14,13 @@ std::string ago(std::chrono::duration<double> elapsed) {
                           identityTranslator());
 }
 
-TEST(RelativeString, FourPointNineSecondsTruncatesToZeroSecAgo) { EXPECT_EQ(ago(4.9s), "0 sec ago"); }
+TEST(RelativeString, FourPointNineSecondsTruncatesToZeroSecAgo) {
+    EXPECT_EQ(ago(4.9s), "0 sec ago");
+}
 
-TEST(RelativeString, FiveSecondsGivesFiveSecAgo) { EXPECT_EQ(ago(5.0s), "5 sec ago"); }
+TEST(RelativeString, FiveSecondsGivesFiveSecAgo) {
+    EXPECT_EQ(ago(5.0s), "5 sec ago");
+}
 
 TEST(RelativeString, FutureInstantGivesZeroSecAgo) {
     EXPECT_EQ(ago(-30s), "0 sec ago");
@@ -27,15 +31,21 @@ TEST(RelativeString, FiftyNinePointNineSecondsGivesFiftyNineSecAgo) {
     EXPECT_EQ(ago(59.9s), "59 sec ago");
 }
 
-TEST(RelativeString, SixtySecondsGivesOneMinAgo) { EXPECT_EQ(ago(60s), "1 min ago"); }
+TEST(RelativeString, SixtySecondsGivesOneMinAgo) {
+    EXPECT_EQ(ago(60s), "1 min ago");
+}
 
 TEST(RelativeString, ThirtyFiveHundredNinetyNineSecondsGivesFiftyNineMinAgo) {
     EXPECT_EQ(ago(3599s), "59 min ago");
 }
 
-TEST(RelativeString, OneHourGivesOneHAgo) { EXPECT_EQ(ago(3600s), "1h ago"); }
+TEST(RelativeString, OneHourGivesOneHAgo) {
+    EXPECT_EQ(ago(3600s), "1h ago");
+}
 
-TEST(RelativeString, OneDayGivesTwentyFourHAgoWithoutDayUnit) { EXPECT_EQ(ago(86400s), "24h ago"); }
+TEST(RelativeString, OneDayGivesTwentyFourHAgoWithoutDayUnit) {
+    EXPECT_EQ(ago(86400s), "24h ago");
+}
 
 TEST(RelativeString, TextsAreLookedUpAndUsedAsFormats) {
     const Translator german = [](const std::string& key) -> std::string {

@@ -15,7 +15,8 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
     // Writes `contents` to `relative` below the folder, creating parent folders.
-    std::filesystem::path write(const std::filesystem::path& relative, std::string_view contents) const;
+    std::filesystem::path write(const std::filesystem::path& relative,
+                                std::string_view contents) const;
 
 private:
     std::filesystem::path path_;

@@ -1,8 +1,8 @@
 #include "app/app_state.h"
-#include "tray/dbus_menu.h"
-#include "tray/tray_icon.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
+#include "tray/dbus_menu.h"
+#include "tray/tray_icon.h"
 #include "tray/tray_test_bus.h"
 
 #include <QDBusArgument>

@@ -1,8 +1,8 @@
 #include "app/app_state.h"
-#include "tray/title_subscription.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "support/usage_builders.h"
+#include "tray/title_subscription.h"
 
 #include <QElapsedTimer>
 

@@ -1,12 +1,12 @@
 #include "app/app_icon.h"
 #include "app/app_state.h"
-#include "tray/status_notifier_item.h"
-#include "tray/title_subscription.h"
-#include "tray/tray_icon.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
 #include "support/usage_builders.h"
+#include "tray/status_notifier_item.h"
+#include "tray/title_subscription.h"
+#include "tray/tray_icon.h"
 #include "tray/tray_test_bus.h"
 
 #include <QDBusArgument>
