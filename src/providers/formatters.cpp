@@ -1,17 +1,12 @@
 #include "providers/formatters.h"
 
-#include <unicode/locid.h>
-#include <unicode/smpdtfmt.h>
-#include <unicode/timezone.h>
-#include <unicode/unistr.h>
+#include "model/local_date_format.h"
 
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
-#include <memory>
-#include <mutex>
 
 namespace quillon::Formatters {
 namespace {
@@ -150,46 +145,9 @@ std::string formatIso8601(Instant instant) {
     return buffer.data();
 }
 
-namespace {
-
-// ICU formatters are not safe for concurrent use, so the one shared formatter is only ever used
-// under this mutex. It is built on first use, from the default locale and zone of that moment.
-struct DisplayFormatter {
-    std::mutex mutex;
-    std::unique_ptr<icu::SimpleDateFormat> format;
-
-    DisplayFormatter() {
-        UErrorCode status = U_ZERO_ERROR;
-        format = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(u"EEE h:mm a"),
-                                                         icu::Locale::getDefault(), status);
-        if (U_FAILURE(status)) {
-            format.reset();
-        }
-    }
-};
-
-DisplayFormatter& displayFormatter() {
-    static DisplayFormatter shared;
-    return shared;
-}
-
-} // namespace
-
 std::string displayDate(Instant instant) {
-    DisplayFormatter& shared = displayFormatter();
-    const auto milliseconds =
-        std::chrono::floor<std::chrono::milliseconds>(instant).time_since_epoch().count();
-    icu::UnicodeString formatted;
-    {
-        const std::lock_guard lock(shared.mutex);
-        if (!shared.format) {
-            return {};
-        }
-        shared.format->format(static_cast<UDate>(milliseconds), formatted);
-    }
-    std::string text;
-    formatted.toUTF8String(text);
-    return text;
+    static const LocalDateFormat shared(u"EEE h:mm a");
+    return shared.format(instant);
 }
 
 } // namespace quillon::Formatters
