@@ -1,6 +1,7 @@
 #include "app/panel_application.h"
 
 #include <QApplication>
+#include <QCursor>
 
 namespace quillon {
 
@@ -12,8 +13,8 @@ PanelApplication::PanelApplication(const ServicesFactory& makeServices)
           .refresh = [this] { appState_.refreshAll(); },
           .quit = [] { QApplication::quit(); },
       }),
-      titles_(appState_, [this](const auto& claude, const auto& codex) {
-          tray_.updateMenuBarTitle(claude, codex);
-      }) {}
+      titles_(appState_, [this](const auto& claude,
+                                const auto& codex) { tray_.updateMenuBarTitle(claude, codex); }),
+      bus_(appState_, [this] { panel_.showAt(QCursor::pos()); }) {}
 
 } // namespace quillon

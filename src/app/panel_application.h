@@ -3,6 +3,7 @@
 #include "app/app_services.h"
 #include "app/app_state.h"
 #include "app/auth_store.h"
+#include "bus/quillon_bus.h"
 #include "panel/panel_window.h"
 #include "tray/title_subscription.h"
 #include "tray/tray_icon.h"
@@ -13,7 +14,8 @@ namespace quillon {
 
 // Everything the panel application is made of once the QApplication exists: the credential
 // store, the state with its refresh cycle, the panel (built on first open), the tray item and
-// the subscription that keeps its title current. The shipped program builds it with the real
+// the subscription that keeps its title current, and the application's interface on the session
+// bus. The shipped program builds it with the real
 // services; the demo and the whole-application tests with services pointed at local servers.
 class PanelApplication {
 public:
@@ -27,6 +29,7 @@ public:
     AppState& appState() { return appState_; }
     PanelWindow& panel() { return panel_; }
     TrayIcon& tray() { return tray_; }
+    QuillonBus& bus() { return bus_; }
 
 private:
     AuthStore authStore_;
@@ -35,6 +38,7 @@ private:
     PanelWindow panel_;
     TrayIcon tray_;
     TitleSubscription titles_;
+    QuillonBus bus_;
 };
 
 } // namespace quillon

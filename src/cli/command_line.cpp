@@ -2,6 +2,7 @@
 
 #include "cli/intent_commands.h"
 #include "cli/set_credential_command.h"
+#include "cli/status_command.h"
 
 #include <functional>
 #include <ostream>
@@ -45,6 +46,11 @@ const std::vector<Command>& commands() {
          "                                   ask for fresh figures (the panel refreshes every "
          "minute)",
          runRefreshUsage},
+        {"status",
+         "status [--format text|json|waybar|i3bar] [--watch | --once]\n"
+         "                                   the running Quillon's figures and the pace of each\n"
+         "                                   window, for status bars and scripts",
+         withoutExtras(runStatus)},
         {"shortcuts",
          "shortcuts [--desktop-actions]    the intents and the phrases that ask for them",
          withoutExtras(runShortcuts)},
@@ -62,7 +68,10 @@ void printUsage(std::ostream& stream) {
               "  --version                        show the version\n"
               "\nNAME is one of: claude-cookie, codex-cookie, codex-token.\n"
               "--card draws the answer's card as a PNG, --notify also shows the answer as a\n"
-              "desktop notification, --speak also speaks it (speech-dispatcher's spd-say).\n";
+              "desktop notification, --speak also speaks it (speech-dispatcher's spd-say).\n"
+              "status reads the running Quillon over the session bus: --watch prints again on\n"
+              "every change, --once fetches the figures itself instead. It exits 3 when Quillon\n"
+              "is not running (without --watch or --once).\n";
 }
 
 } // namespace

@@ -3,11 +3,10 @@
 #include "alerts/notification_center.h"
 #include "alerts/threshold_alerts.h"
 #include "app/settings_file.h"
+#include "cli/command_application.h"
 #include "intents/intent_replies.h"
 #include "intents/shortcuts.h"
 
-#include <QCoreApplication>
-#include <QGuiApplication>
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -40,29 +39,6 @@ std::optional<IntentOptions> parseOptions(std::span<const std::string> args, boo
     return options;
 }
 
-// A Qt application object for the extras that need one: a GUI one to draw the card (offscreen
-// when there is no display, so it works on a headless machine), else a core one for the bus.
-std::unique_ptr<QCoreApplication> makeApplication(bool needsGui) {
-    static int argc = 1;
-    static char name[] = "quillon";
-    static char* argv[] = {name, nullptr};
-    if (QCoreApplication::instance() != nullptr) {
-        return nullptr;
-    }
-    // The command's output is its reply; Qt's own remarks about the session (a missing runtime
-    // folder on a bare machine, say) are not part of it.
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    if (needsGui) {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
-            qEnvironmentVariableIsEmpty("DISPLAY") &&
-            qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        }
-        return std::make_unique<QGuiApplication>(argc, argv);
-    }
-    return std::make_unique<QCoreApplication>(argc, argv);
-}
-
 void speak(const std::string& reply, std::ostream& err) {
     const QString speaker = QStandardPaths::findExecutable(QStringLiteral("spd-say"));
     if (speaker.isEmpty()) {
@@ -84,7 +60,7 @@ int answer(const std::string& reply, const IntentOptions& options,
     streams.out << reply << '\n';
     streams.out.flush();
     const auto app = options.cardPath || options.notify
-                         ? makeApplication(options.cardPath.has_value())
+                         ? makeCommandApplication(options.cardPath.has_value())
                          : nullptr;
     int status = 0;
     if (options.cardPath) {

@@ -1,0 +1,117 @@
+#include "bus/quillon_bus.h"
+
+#include "app/app_state.h"
+#include "app/bus_figures.h"
+#include "app/bus_names.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
+
+namespace quillon {
+
+// The org.quillon.Quillon1 interface. The introspection data is written out so that every
+// property's signature is exactly the documented one.
+class QuillonBusAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.quillon.Quillon1")
+    Q_CLASSINFO("D-Bus Introspection",
+                "  <interface name=\"org.quillon.Quillon1\">\n"
+                "    <property name=\"Title\" type=\"s\" access=\"read\"/>\n"
+                "    <property name=\"LastUpdated\" type=\"x\" access=\"read\"/>\n"
+                "    <property name=\"Claude\" type=\"a{sv}\" access=\"read\"/>\n"
+                "    <property name=\"Codex\" type=\"a{sv}\" access=\"read\"/>\n"
+                "    <property name=\"AlertThresholds\" type=\"ax\" access=\"read\"/>\n"
+                "    <method name=\"Refresh\"/>\n"
+                "    <method name=\"ShowPanel\"/>\n"
+                "  </interface>\n")
+    Q_PROPERTY(QString Title READ title)
+    Q_PROPERTY(qlonglong LastUpdated READ lastUpdated)
+    Q_PROPERTY(QVariantMap Claude READ claude)
+    Q_PROPERTY(QVariantMap Codex READ codex)
+    Q_PROPERTY(QList<qlonglong> AlertThresholds READ alertThresholds)
+
+public:
+    explicit QuillonBusAdaptor(QuillonBus* bus) : QDBusAbstractAdaptor(bus), bus_(bus) {
+        setAutoRelaySignals(false);
+    }
+
+    QString title() const { return value("Title").toString(); }
+    qlonglong lastUpdated() const { return value("LastUpdated").toLongLong(); }
+    QVariantMap claude() const { return value("Claude").toMap(); }
+    QVariantMap codex() const { return value("Codex").toMap(); }
+    QList<qlonglong> alertThresholds() const {
+        return value("AlertThresholds").value<QList<qlonglong>>();
+    }
+
+public slots:
+    void Refresh() { bus_->refresh(); }
+    void ShowPanel() { bus_->showPanel(); }
+
+private:
+    QVariant value(const char* name) const {
+        return bus_->properties().value(QString::fromLatin1(name));
+    }
+
+    QuillonBus* bus_;
+};
+
+QuillonBus::QuillonBus(AppState& state, std::function<void()> showPanel, QDBusConnection bus,
+                       QObject* parent)
+    : QObject(parent), state_(state), showPanel_(std::move(showPanel)), bus_(std::move(bus)) {
+    adaptor_ = new QuillonBusAdaptor(this);
+    announced_ = properties();
+    // One state change often comes as several signals in a row (both providers, then the time of
+    // the update): they are compared once the whole step has run, and announced together.
+    announce_.setSingleShot(true);
+    announce_.setInterval(0);
+    connect(&announce_, &QTimer::timeout, this, &QuillonBus::announceChanges);
+    for (const auto signal : {&AppState::claudeUsageChanged, &AppState::codexUsageChanged,
+                              &AppState::lastUpdatedChanged, &AppState::settingsChanged}) {
+        connect(&state_, signal, &announce_, qOverload<>(&QTimer::start));
+    }
+    published_ = bus_.registerObject(QString::fromLatin1(busNames::objectPath), this) &&
+                 bus_.registerService(QString::fromLatin1(busNames::service));
+}
+
+QuillonBus::~QuillonBus() {
+    bus_.unregisterService(QString::fromLatin1(busNames::service));
+    bus_.unregisterObject(QString::fromLatin1(busNames::objectPath));
+}
+
+QVariantMap QuillonBus::properties() const {
+    return busProperties(state_.claudeUsage(), state_.codexUsage(), state_.lastUpdated(),
+                         state_.settings().notifications);
+}
+
+void QuillonBus::refresh() {
+    state_.refreshAll();
+}
+
+void QuillonBus::showPanel() {
+    if (showPanel_) {
+        showPanel_();
+    }
+}
+
+void QuillonBus::announceChanges() {
+    const QVariantMap current = properties();
+    QVariantMap changed;
+    for (auto it = current.begin(); it != current.end(); ++it) {
+        if (announced_.value(it.key()) != it.value()) {
+            changed.insert(it.key(), it.value());
+        }
+    }
+    announced_ = current;
+    if (changed.isEmpty()) {
+        return;
+    }
+    auto signal = QDBusMessage::createSignal(QString::fromLatin1(busNames::objectPath),
+                                             QStringLiteral("org.freedesktop.DBus.Properties"),
+                                             QStringLiteral("PropertiesChanged"));
+    signal << QString::fromLatin1(busNames::interface) << changed << QStringList();
+    bus_.send(signal);
+}
+
+} // namespace quillon
+
+#include "quillon_bus.moc"

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "cli/status_formats.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QObject>
+#include <QVariantMap>
+
+#include <functional>
+
+class QDBusServiceWatcher;
+
+namespace quillon {
+
+// Reads the running application's figures from its session-bus interface, and follows them.
+class StatusClient : public QObject {
+    Q_OBJECT
+
+public:
+    using OnChange = std::function<void(const StatusFigures&)>;
+
+    explicit StatusClient(QDBusConnection bus, QObject* parent = nullptr);
+
+    // The figures as the application offers them now; not running when its name has no owner
+    // or the owner does not answer.
+    StatusFigures read();
+
+    // From now on calls `onChange` with the figures on every change the application announces,
+    // with "not running" when its name goes away, and with the figures again when it comes back.
+    void follow(OnChange onChange);
+
+    // The properties as the bus delivered them, as plain values: every dictionary a QVariantMap,
+    // every array of integers a QList<qlonglong>.
+    static StatusFigures figuresFrom(const QVariantMap& properties);
+
+private slots:
+    void propertiesChanged(const QDBusMessage& message);
+
+private:
+    bool readAll();
+
+    QDBusConnection bus_;
+    QVariantMap properties_;
+    bool running_ = false;
+    OnChange onChange_;
+    QDBusServiceWatcher* watcher_ = nullptr;
+};
+
+} // namespace quillon

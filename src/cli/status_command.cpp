@@ -1,0 +1,183 @@
+#include "cli/status_command.h"
+
+#include "app/auth_store.h"
+#include "app/provider_fetches.h"
+#include "app/termination_signals.h"
+#include "cli/command_application.h"
+#include "cli/status_client.h"
+#include "localstats/local_stats_reader.h"
+#include "model/menu_bar_title.h"
+
+#include <QDBusConnection>
+
+#include <csignal>
+#include <memory>
+#include <ostream>
+
+namespace quillon {
+namespace {
+
+struct StatusOptions {
+    StatusFormat format = StatusFormat::text;
+    bool watch = false;
+    bool once = false;
+};
+
+std::optional<StatusOptions> parseOptions(std::span<const std::string> args) {
+    StatusOptions options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::optional<std::string> formatName;
+        if (args[i] == "--watch") {
+            options.watch = true;
+        } else if (args[i] == "--once") {
+            options.once = true;
+        } else if (args[i] == "--format" && i + 1 < args.size()) {
+            formatName = args[++i];
+        } else if (args[i].starts_with("--format=")) {
+            formatName = args[i].substr(9);
+        } else {
+            return std::nullopt;
+        }
+        if (formatName) {
+            const auto format = parseStatusFormat(*formatName);
+            if (!format) {
+                return std::nullopt;
+            }
+            options.format = *format;
+        }
+    }
+    if (options.watch && options.once) {
+        return std::nullopt;
+    }
+    return options;
+}
+
+// Text that cannot be UTF-8 (a project's folder name, say) is replaced, so the output stays
+// valid JSON whatever the figures hold.
+std::string dumpLine(const nlohmann::ordered_json& json) {
+    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+// The figures as the format writes them once: a block of lines for text, one line otherwise.
+std::string render(StatusFormat format, const StatusFigures& figures, Instant now) {
+    switch (format) {
+    case StatusFormat::text:
+        return statusText(figures, now);
+    case StatusFormat::json:
+        return dumpLine(statusDocument(figures, now)) + "\n";
+    case StatusFormat::waybar:
+        return dumpLine(waybarModule(figures, now)) + "\n";
+    case StatusFormat::i3bar:
+        return dumpLine(i3barBlock(figures)) + "\n";
+    }
+    return {};
+}
+
+// A provider's figures for --once. The credentials are read as the application reads them; a
+// token the fetch obtains on the way is used for this fetch only and never stored.
+class ReadOnlyCredentials : public CredentialStore {
+public:
+    explicit ReadOnlyCredentials(const CredentialStore& store) : store_(store) {}
+    std::string claudeCookieHeader() const override { return store_.claudeCookieHeader(); }
+    std::string codexCookieHeader() const override { return store_.codexCookieHeader(); }
+    std::string codexAccessToken() const override {
+        return obtained_.empty() ? store_.codexAccessToken() : obtained_;
+    }
+    void setCodexAccessToken(const std::string& token) override { obtained_ = token; }
+
+private:
+    const CredentialStore& store_;
+    std::string obtained_;
+};
+
+std::optional<UsageData> fetchQuietly(const AppServices::Fetch& fetch, CredentialStore& store) {
+    const Cancellation cancellation;
+    try {
+        return fetch(store, cancellation);
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+StatusFigures fetchFigures() {
+    ProviderEnvironment env = productionProviderEnvironment();
+    const auto reader = std::make_shared<LocalStatsReader>(env.home, false);
+    env.readLocalStats = [reader, clock = env.clock] { return reader->read(clock()); };
+    const AuthStore stored;
+    ReadOnlyCredentials credentials(stored);
+    StatusFigures figures;
+    figures.claude = fetchQuietly(claudeFetch(env), credentials);
+    figures.codex = fetchQuietly(codexFetch(env), credentials);
+    figures.lastUpdated = env.clock();
+    figures.title = menuBarTitle(figures.claude, figures.codex);
+    return figures;
+}
+
+// Prints every change until the stream fails (the reader went away) or a termination signal
+// comes; either ends the command normally.
+int watch(StatusFormat format, CommandStreams streams) {
+    // A closed pipe shows up as a failed write instead of killing the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    TerminationSignals terminationSignals;
+    QObject::connect(&terminationSignals, &TerminationSignals::received,
+                     QCoreApplication::instance(), &QCoreApplication::quit);
+    StatusClient client(QDBusConnection::sessionBus());
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        streams.err << "quillon: no session bus to reach Quillon on\n";
+        return statusNotRunning;
+    }
+    bool first = true;
+    const auto print = [&](const StatusFigures& figures) {
+        const Instant now = std::chrono::system_clock::now();
+        if (format == StatusFormat::i3bar) {
+            streams.out << (first ? "" : ",") << '[' << dumpLine(i3barBlock(figures)) << "]\n";
+        } else {
+            streams.out << render(format, figures, now)
+                        << (format == StatusFormat::text ? "\n" : "");
+        }
+        streams.out.flush();
+        first = false;
+        if (!figures.running) {
+            streams.err << "quillon: Quillon is not running; waiting for it to start\n";
+        }
+        if (!streams.out) {
+            QCoreApplication::quit();
+        }
+    };
+    client.follow(print);
+    if (format == StatusFormat::i3bar) {
+        streams.out << i3barHeader() << "\n[\n";
+    }
+    print(client.read());
+    if (!streams.out) {
+        return 0;
+    }
+    QCoreApplication::exec();
+    return 0;
+}
+
+} // namespace
+
+int runStatus(std::span<const std::string> args, CommandStreams streams) {
+    const auto options = parseOptions(args);
+    if (!options) {
+        streams.err
+            << "Usage: quillon status [--format text|json|waybar|i3bar] [--watch | --once]\n";
+        return 2;
+    }
+    const auto app = makeCommandApplication(false);
+    if (options->watch) {
+        return watch(options->format, streams);
+    }
+    const StatusFigures figures =
+        options->once ? fetchFigures() : StatusClient(QDBusConnection::sessionBus()).read();
+    if (!figures.running) {
+        streams.err << "quillon: Quillon is not running (start it, or use status --once)\n";
+        return statusNotRunning;
+    }
+    streams.out << render(options->format, figures, std::chrono::system_clock::now());
+    streams.out.flush();
+    return 0;
+}
+
+} // namespace quillon
