@@ -69,13 +69,18 @@ QuillonBus::QuillonBus(AppState& state, std::function<void()> showPanel, QDBusCo
                               &AppState::lastUpdatedChanged, &AppState::settingsChanged}) {
         connect(&state_, signal, &announce_, qOverload<>(&QTimer::start));
     }
-    published_ = bus_.registerObject(QString::fromLatin1(busNames::objectPath), this) &&
-                 bus_.registerService(QString::fromLatin1(busNames::service));
+    objectRegistered_ = bus_.registerObject(QString::fromLatin1(busNames::objectPath), this);
+    published_ = objectRegistered_ && bus_.registerService(QString::fromLatin1(busNames::service));
 }
 
 QuillonBus::~QuillonBus() {
-    bus_.unregisterService(QString::fromLatin1(busNames::service));
-    bus_.unregisterObject(QString::fromLatin1(busNames::objectPath));
+    // Only what this object took is given back: the name and the object may be another's.
+    if (published_) {
+        bus_.unregisterService(QString::fromLatin1(busNames::service));
+    }
+    if (objectRegistered_) {
+        bus_.unregisterObject(QString::fromLatin1(busNames::objectPath));
+    }
 }
 
 QVariantMap QuillonBus::properties() const {

@@ -49,6 +49,7 @@ private:
     QuillonBusAdaptor* adaptor_ = nullptr;
     QVariantMap announced_;
     QTimer announce_;
+    bool objectRegistered_ = false;
     bool published_ = false;
 };
 

@@ -19,9 +19,11 @@ QString name(const char* text) {
     return QString::fromLatin1(text);
 }
 
+} // namespace
+
 // What the bus delivers inside variants is left marshalled: dictionaries and arrays come as
 // QDBusArgument. They are read out here, recursively.
-QVariant plainValue(const QVariant& value) {
+QVariant StatusClient::plainValue(const QVariant& value) {
     if (value.metaType() != QMetaType::fromType<QDBusArgument>()) {
         return value;
     }
@@ -40,8 +42,10 @@ QVariant plainValue(const QVariant& value) {
     return {};
 }
 
+namespace {
+
 QVariantMap plainMap(const QVariant& value) {
-    return plainValue(value).toMap();
+    return StatusClient::plainValue(value).toMap();
 }
 
 } // namespace

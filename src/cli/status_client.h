@@ -30,9 +30,11 @@ public:
     // with "not running" when its name goes away, and with the figures again when it comes back.
     void follow(OnChange onChange);
 
-    // The properties as the bus delivered them, as plain values: every dictionary a QVariantMap,
-    // every array of integers a QList<qlonglong>.
+    // The figures in properties read with plainValue().
     static StatusFigures figuresFrom(const QVariantMap& properties);
+    // A value as the bus delivered it, as a plain one: every dictionary a QVariantMap, every
+    // array of integers a QList<qlonglong>; what cannot be one of ours reads as invalid.
+    static QVariant plainValue(const QVariant& value);
 
 private slots:
     void propertiesChanged(const QDBusMessage& message);

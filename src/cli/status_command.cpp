@@ -52,23 +52,17 @@ std::optional<StatusOptions> parseOptions(std::span<const std::string> args) {
     return options;
 }
 
-// Text that cannot be UTF-8 (a project's folder name, say) is replaced, so the output stays
-// valid JSON whatever the figures hold.
-std::string dumpLine(const nlohmann::ordered_json& json) {
-    return json.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-}
-
 // The figures as the format writes them once: a block of lines for text, one line otherwise.
 std::string render(StatusFormat format, const StatusFigures& figures, Instant now) {
     switch (format) {
     case StatusFormat::text:
         return statusText(figures, now);
     case StatusFormat::json:
-        return dumpLine(statusDocument(figures, now)) + "\n";
+        return jsonLine(statusDocument(figures, now)) + "\n";
     case StatusFormat::waybar:
-        return dumpLine(waybarModule(figures, now)) + "\n";
+        return jsonLine(waybarModule(figures, now)) + "\n";
     case StatusFormat::i3bar:
-        return dumpLine(i3barBlock(figures)) + "\n";
+        return jsonLine(i3barBlock(figures)) + "\n";
     }
     return {};
 }
@@ -130,7 +124,7 @@ int watch(StatusFormat format, CommandStreams streams) {
     const auto print = [&](const StatusFigures& figures) {
         const Instant now = std::chrono::system_clock::now();
         if (format == StatusFormat::i3bar) {
-            streams.out << (first ? "" : ",") << '[' << dumpLine(i3barBlock(figures)) << "]\n";
+            streams.out << (first ? "" : ",") << '[' << jsonLine(i3barBlock(figures)) << "]\n";
         } else {
             streams.out << render(format, figures, now)
                         << (format == StatusFormat::text ? "\n" : "");

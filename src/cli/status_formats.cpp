@@ -241,6 +241,10 @@ Json i3barBlock(const StatusFigures& figures) {
     return block;
 }
 
+std::string jsonLine(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 std::string i3barHeader() {
     return Json{{"version", 1}}.dump();
 }

@@ -58,6 +58,10 @@ nlohmann::ordered_json waybarModule(const StatusFigures& figures, Instant now);
 // calls for them); also what i3blocks reads from a JSON line.
 nlohmann::ordered_json i3barBlock(const StatusFigures& figures);
 
+// A document on one line. Text that is not UTF-8 (a project's folder name, say) is replaced, so
+// the line is valid JSON whatever the figures hold.
+std::string jsonLine(const nlohmann::ordered_json& json);
+
 // The i3bar protocol's header line, sent once before the endless array of status lines.
 std::string i3barHeader();
 
