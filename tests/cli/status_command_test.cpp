@@ -1,0 +1,295 @@
+#include "app/bus_names.h"
+#include "bus/usage_servers.h"
+#include "support/qt_wait.h"
+#include "support/temp_dir.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QProcess>
+
+#include <nlohmann/json.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace quillon {
+namespace {
+
+using Json = nlohmann::json;
+using ::testing::HasSubstr;
+
+constexpr int deadlineMs = 20000;
+
+struct Outcome {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+
+// The real binary against a stand-in for the running application (the real state and bus
+// interface in a process of its own, fetching from local servers), on the test's private bus.
+class StatusCommandTest : public ::testing::Test {
+protected:
+    ~StatusCommandTest() override {
+        for (QProcess* process : {&watcher, &app}) {
+            if (process->state() != QProcess::NotRunning) {
+                process->kill();
+                process->waitForFinished();
+            }
+        }
+    }
+
+    QProcessEnvironment environment() const {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("HOME", QString::fromStdString(home.path().string()));
+        env.insert("XDG_CONFIG_HOME", QString::fromStdString((home.path() / "config").string()));
+        env.remove("DISPLAY");
+        env.remove("WAYLAND_DISPLAY");
+        return env;
+    }
+
+    bool appIsOnTheBus() const {
+        return QDBusConnection::sessionBus()
+            .interface()
+            ->isServiceRegistered(QString::fromLatin1(busNames::service))
+            .value();
+    }
+
+    // Starts the stand-in and waits until its first refresh is on the bus.
+    void startApp() {
+        app.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        app.start(QStringLiteral(QUILLON_BUS_TEST_APP),
+                  {QString::fromStdString(servers.claudeApi.baseUrl()),
+                   QString::fromStdString(servers.chatgpt.baseUrl()),
+                   QString::fromStdString(servers.home.path().string())});
+        ASSERT_TRUE(app.waitForStarted());
+        ASSERT_TRUE(test::waitUntil([&] { return appIsOnTheBus(); }, deadlineMs));
+        ASSERT_TRUE(test::waitUntil([&] { return lastUpdated() != 0; }, deadlineMs));
+    }
+
+    void stopApp() {
+        app.terminate();
+        ASSERT_TRUE(test::waitUntil([&] { return app.state() == QProcess::NotRunning; }));
+        EXPECT_EQ(app.exitStatus(), QProcess::NormalExit);
+    }
+
+    qlonglong lastUpdated() const {
+        auto call = QDBusMessage::createMethodCall(
+            QString::fromLatin1(busNames::service), QString::fromLatin1(busNames::objectPath),
+            QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+        call << QString::fromLatin1(busNames::interface) << QStringLiteral("LastUpdated");
+        const QDBusMessage reply = QDBusConnection::sessionBus().call(call);
+        return reply.arguments().value(0).value<QDBusVariant>().variant().toLongLong();
+    }
+
+    // A refresh as the refresh button starts it, in a later second than the last one: the bus
+    // carries whole seconds, so the time of the update is sure to change with it.
+    void refreshApp() {
+        const auto before = lastUpdated();
+        test::waitUntil(
+            [&] {
+                return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())
+                           .time_since_epoch()
+                           .count() > before;
+            },
+            2000);
+        auto call = QDBusMessage::createMethodCall(
+            QString::fromLatin1(busNames::service), QString::fromLatin1(busNames::objectPath),
+            QString::fromLatin1(busNames::interface), QStringLiteral("Refresh"));
+        QDBusConnection::sessionBus().call(call);
+        ASSERT_TRUE(test::waitUntil([&] { return lastUpdated() != before; }, deadlineMs));
+    }
+
+    Outcome run(const QStringList& args) {
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(QStringLiteral(QUILLON_BINARY), args);
+        EXPECT_TRUE(process.waitForStarted());
+        EXPECT_TRUE(
+            test::waitUntil([&] { return process.state() == QProcess::NotRunning; }, deadlineMs));
+        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+                process.readAllStandardOutput().toStdString(),
+                process.readAllStandardError().toStdString()};
+    }
+
+    void startWatch(const QString& format) {
+        watcher.setProcessEnvironment(environment());
+        watcher.start(QStringLiteral(QUILLON_BINARY),
+                      {QStringLiteral("status"), QStringLiteral("--watch"),
+                       QStringLiteral("--format"), format});
+        ASSERT_TRUE(watcher.waitForStarted());
+    }
+
+    // Waits for `count` lines in all from the watcher and returns every line so far.
+    std::vector<std::string> watchLines(std::size_t count) {
+        test::waitUntil(
+            [&] {
+                while (watcher.canReadLine()) {
+                    lines.push_back(watcher.readLine().trimmed().toStdString());
+                }
+                return lines.size() >= count;
+            },
+            deadlineMs);
+        return lines;
+    }
+
+    test::UsageServers servers;
+    test::TempDir home;
+    QProcess app;
+    QProcess watcher;
+    std::vector<std::string> lines;
+};
+
+TEST_F(StatusCommandTest, NotRunningSaysSoInOneLineAndExitsThree) {
+    const Outcome result = run({"status"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "quillon: Quillon is not running (start it, or use status --once)\n");
+    EXPECT_EQ(run({"status", "--format", "waybar"}).exitCode, 3);
+}
+
+TEST_F(StatusCommandTest, WrongOptionsPrintTheUsageAndExitTwo) {
+    for (const QStringList& args :
+         {QStringList{"status", "--format", "xml"}, QStringList{"status", "--watch", "--once"},
+          QStringList{"status", "--format"}, QStringList{"status", "now"}}) {
+        const Outcome result = run(args);
+        EXPECT_EQ(result.exitCode, 2);
+        EXPECT_THAT(result.err, HasSubstr("Usage: quillon status"));
+    }
+}
+
+TEST_F(StatusCommandTest, PrintsTheRunningApplicationsFiguresInEachFormat) {
+    startApp();
+    const Outcome json = run({"status", "--format=json"});
+    EXPECT_EQ(json.exitCode, 0);
+    const Json doc = Json::parse(json.out);
+    EXPECT_EQ(doc.at("title"), " C:42% X:17%");
+    EXPECT_EQ(doc.at("claude").at("fiveHour").at("percent"), 42);
+    EXPECT_EQ(doc.at("claude").at("plan"), "max");
+    EXPECT_EQ(doc.at("codex").at("weekly").at("percent"), 60);
+    // Three hours of five gone by at 42 %: 70 % by the reset.
+    EXPECT_EQ(doc.at("claude").at("fiveHour").at("pace").at("projectedPercent"), 70);
+
+    const Json module = Json::parse(run({"status", "--format", "waybar"}).out);
+    EXPECT_EQ(module.at("text"), " C:42% X:17%");
+    EXPECT_EQ(module.at("class"), "normal");
+    EXPECT_EQ(module.at("percentage"), 42);
+
+    const Json block = Json::parse(run({"status", "--format", "i3bar"}).out);
+    EXPECT_EQ(block.at("full_text"), " C:42% X:17%");
+
+    const Outcome text = run({"status"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_THAT(text.out, HasSubstr("  5-hour   42%  Resets in 1h 59m  (at this pace 70% by the "
+                                    "reset)\n"));
+}
+
+TEST_F(StatusCommandTest, WatchPrintsOneLinePerChangeAndResumesAfterARestart) {
+    startApp();
+    startWatch("waybar");
+    ASSERT_EQ(watchLines(1).size(), 1u);
+    EXPECT_EQ(Json::parse(lines[0]).at("text"), " C:42% X:17%");
+
+    servers.setFigures(80, 17);
+    refreshApp();
+    ASSERT_EQ(watchLines(2).size(), 2u);
+    EXPECT_EQ(Json::parse(lines[1]).at("text"), " C:80% X:17%");
+    EXPECT_EQ(Json::parse(lines[1]).at("class"), "warning");
+    test::spin(500);
+    EXPECT_EQ(watchLines(2).size(), 2u) << "a line without a change";
+
+    stopApp();
+    ASSERT_EQ(watchLines(3).size(), 3u);
+    EXPECT_EQ(Json::parse(lines[2]).at("class"), "stopped");
+    EXPECT_EQ(Json::parse(lines[2]).at("text"), "");
+
+    // Back again: one line when the name returns, one when its first refresh is published.
+    servers.setFigures(95, 20);
+    startApp();
+    ASSERT_EQ(watchLines(5).size(), 5u);
+    EXPECT_EQ(Json::parse(lines[4]).at("text"), " C:95% X:20%");
+    EXPECT_EQ(Json::parse(lines[4]).at("class"), "critical");
+    test::spin(500);
+    EXPECT_EQ(watchLines(5).size(), 5u);
+
+    watcher.terminate();
+    ASSERT_TRUE(test::waitUntil([&] { return watcher.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(watcher.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watcher.exitCode(), 0);
+}
+
+TEST_F(StatusCommandTest, WatchWaitsForTheApplicationToStart) {
+    startWatch("json");
+    ASSERT_EQ(watchLines(1).size(), 1u);
+    EXPECT_EQ(Json::parse(lines[0]).at("running"), false);
+    startApp();
+    ASSERT_GE(watchLines(2).size(), 2u);
+    test::waitUntil([&] { return Json::parse(watchLines(2).back()).at("title") != ""; });
+    EXPECT_EQ(Json::parse(lines.back()).at("title"), " C:42% X:17%");
+    EXPECT_EQ(Json::parse(lines.back()).at("running"), true);
+}
+
+TEST_F(StatusCommandTest, WatchSpeaksTheI3barProtocol) {
+    startApp();
+    startWatch("i3bar");
+    ASSERT_EQ(watchLines(3).size(), 3u);
+    EXPECT_EQ(Json::parse(lines[0]).at("version"), 1);
+    EXPECT_EQ(lines[1], "[");
+    const Json first = Json::parse(lines[2]);
+    ASSERT_TRUE(first.is_array());
+    EXPECT_EQ(first.at(0).at("full_text"), " C:42% X:17%");
+
+    servers.setFigures(60, 17);
+    refreshApp();
+    ASSERT_EQ(watchLines(4).size(), 4u);
+    ASSERT_EQ(lines[3].front(), ',');
+    const Json second = Json::parse(lines[3].substr(1));
+    EXPECT_EQ(second.at(0).at("full_text"), " C:60% X:17%");
+}
+
+TEST_F(StatusCommandTest, WatchEndsCleanlyWhenItsReaderGoesAway) {
+    startApp();
+    // The reader takes one line and goes; the shell reports how the command ended.
+    QProcess pipeline;
+    pipeline.setProcessEnvironment(environment());
+    pipeline.start(QStringLiteral("bash"),
+                   {QStringLiteral("-c"),
+                    QStringLiteral("\"$0\" status --watch --format waybar | head -n 1; "
+                                   "echo \"status ${PIPESTATUS[0]}\" >&2"),
+                    QStringLiteral(QUILLON_BINARY)});
+    ASSERT_TRUE(pipeline.waitForStarted());
+    ASSERT_TRUE(test::waitUntil([&] { return pipeline.canReadLine(); }, deadlineMs));
+    servers.setFigures(70, 17);
+    refreshApp();
+    ASSERT_TRUE(
+        test::waitUntil([&] { return pipeline.state() == QProcess::NotRunning; }, deadlineMs));
+    EXPECT_EQ(pipeline.readAllStandardError().toStdString(), "status 0\n");
+}
+
+TEST_F(StatusCommandTest, WatchEndsCleanlyOnSigterm) {
+    startApp();
+    startWatch("i3bar");
+    ASSERT_EQ(watchLines(3).size(), 3u);
+    watcher.terminate();
+    ASSERT_TRUE(test::waitUntil([&] { return watcher.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(watcher.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watcher.exitCode(), 0);
+}
+
+TEST_F(StatusCommandTest, OnceFetchesItselfAndWritesNothing) {
+    const Outcome result = run({"status", "--once", "--format", "json"});
+    EXPECT_EQ(result.exitCode, 0);
+    const Json doc = Json::parse(result.out);
+    EXPECT_EQ(doc.at("running"), true);
+    EXPECT_EQ(doc.at("claude").at("connected"), false);
+    EXPECT_EQ(doc.at("codex").at("connected"), false);
+    EXPECT_EQ(doc.at("title"), "");
+    EXPECT_FALSE(doc.at("lastUpdated").is_null());
+    EXPECT_TRUE(std::filesystem::is_empty(home.path()));
+}
+
+} // namespace
+} // namespace quillon
