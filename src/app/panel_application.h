@@ -13,10 +13,10 @@
 namespace quillon {
 
 // Everything the panel application is made of once the QApplication exists: the credential
-// store, the state with its refresh cycle, the panel (built on first open), the tray item and
-// the subscription that keeps its title current, and the application's interface on the session
-// bus. The shipped program builds it with the real
-// services; the demo and the whole-application tests with services pointed at local servers.
+// store, the state with its refresh cycle, the panel (built on first open), the tray item, the
+// subscription that keeps its title current, and the application's interface on the session bus.
+// The shipped program builds it with the real services; the demo and the whole-application tests
+// with services pointed at local servers.
 class PanelApplication {
 public:
     // Builds the services once the credential store exists; the snapshot store is the settings
