@@ -1,0 +1,130 @@
+"""Checks on screenshots, for the real-host tests. Regions are "X Y W H" in image pixels.
+
+    image.py diff-box BEFORE AFTER [X Y W H] [--threshold N]
+        the bounding box "X Y W H" of the pixels that changed (exit 1 when none did)
+    image.py same A B                      exit 0 when the two images are identical
+    image.py content IMG X Y W H           the number of pixels that differ from the region's
+                                           most common colour (its background)
+    image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
+    image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
+    image.py ocr IMG [X Y W H]             the words tesseract reads in the region, one a line:
+                                           "WORD X Y W H" in image coordinates
+"""
+import subprocess
+import sys
+import tempfile
+
+from PIL import Image, ImageChops
+
+
+def load(path):
+    return Image.open(path).convert("RGB")
+
+
+def region(image, args):
+    if len(args) >= 4:
+        x, y, w, h = (int(v) for v in args[:4])
+        x0, y0 = max(x, 0), max(y, 0)
+        x1, y1 = min(x + w, image.width), min(y + h, image.height)
+        return (x0, y0, max(x1, x0), max(y1, y0))
+    return (0, 0, image.width, image.height)
+
+
+def diff_box(before, after, box, threshold):
+    """The box of pixels whose largest channel difference exceeds the threshold: faint changes
+    such as a compositor's soft shadow stay out of it."""
+    a, b = load(before).crop(box), load(after).crop(box)
+    diff = ImageChops.difference(a, b)
+    channels = diff.split()
+    strongest = ImageChops.lighter(ImageChops.lighter(channels[0], channels[1]), channels[2])
+    mask = strongest.point(lambda v: 255 if v > threshold else 0)
+    found = mask.getbbox()
+    if found is None:
+        return None
+    x0, y0, x1, y1 = found
+    return (box[0] + x0, box[1] + y0, x1 - x0, y1 - y0)
+
+
+def background(pixels):
+    counts = {}
+    for p in pixels:
+        counts[p] = counts.get(p, 0) + 1
+    return max(counts, key=counts.get)
+
+
+def content(image, box):
+    pixels = list(image.crop(box).getdata())
+    if not pixels:
+        return 0
+    bg = background(pixels)
+    return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > 40)
+
+
+def colours(image, box):
+    green = yellow = red = 0
+    for r, g, b in image.crop(box).getdata():
+        if g > 110 and g > r + 50 and g > b + 50:
+            green += 1
+        elif r > 150 and g > 120 and b < 90 and abs(r - g) < 90:
+            yellow += 1
+        elif r > 150 and r > g + 80 and r > b + 80:
+            red += 1
+    return green, yellow, red
+
+
+def ocr(image, box, scale=4):
+    crop = image.crop(box)
+    crop = crop.resize((crop.width * scale, crop.height * scale), Image.LANCZOS)
+    with tempfile.NamedTemporaryFile(suffix=".png") as tmp:
+        crop.save(tmp.name)
+        out = subprocess.run(["tesseract", tmp.name, "-", "--psm", "11", "tsv"],
+                             capture_output=True, text=True, check=False).stdout
+    words = []
+    for line in out.splitlines()[1:]:
+        cols = line.split("\t")
+        if len(cols) < 12 or not cols[11].strip():
+            continue
+        left, top, width, height = (int(c) for c in cols[6:10])
+        words.append((cols[11].strip(), box[0] + left // scale, box[1] + top // scale,
+                      max(width // scale, 1), max(height // scale, 1)))
+    return words
+
+
+def main(argv):
+    command, rest = argv[1], argv[2:]
+    threshold = 48
+    if "--threshold" in rest:
+        at = rest.index("--threshold")
+        threshold = int(rest[at + 1])
+        del rest[at:at + 2]
+    if command == "diff-box":
+        box = region(load(rest[0]), rest[2:])
+        found = diff_box(rest[0], rest[1], box, threshold)
+        if found is None:
+            return 1
+        print(*found)
+    elif command == "same":
+        return 0 if ImageChops.difference(load(rest[0]), load(rest[1])).getbbox() is None else 1
+    elif command == "content":
+        image = load(rest[0])
+        print(content(image, region(image, rest[1:])))
+    elif command == "colours":
+        image = load(rest[0])
+        print(*colours(image, region(image, rest[1:])))
+    elif command == "crop":
+        image = load(rest[0])
+        crop = image.crop(region(image, rest[1:5]))
+        scale = int(rest[6]) if len(rest) > 6 else 1
+        crop.resize((crop.width * scale, crop.height * scale), Image.NEAREST).save(rest[5])
+    elif command == "ocr":
+        image = load(rest[0])
+        for word in ocr(image, region(image, rest[1:])):
+            print(*word)
+    else:
+        print(__doc__, file=sys.stderr)
+        return 2
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))

@@ -1,0 +1,190 @@
+# The checks of an X11 host, made as a user makes them: xdotool moves the pointer and clicks
+# through the X server, so the host's own input path delivers every click.
+# Host settings: LABEL_HOST=1 where the host shows the label next to the icon; BAR_EMPTY_X/Y a
+# point on the bar with nothing on it (optional); DESK_X/DESK_Y a point on the desktop away from
+# the panel (optional).
+
+GAP=8          # the visible panel's distance from the bar
+PANEL_W=360
+PANEL_H=500
+CENTRE_SLACK=4 # px the panel's centre may be off the item's
+GAP_SLACK=2
+
+check_item_visible() {
+    [ -n "$ITEM" ] || { echo "nothing appeared in the bar ($BAR_W x $BAR_H at $BAR_X,$BAR_Y)"; return 1; }
+    local drawn
+    drawn=$("${IMAGE[@]}" content "$DESKTOP_OUT/closed.png" $ITEM)
+    [ "$drawn" -ge 12 ] || { echo "item area $ITEM shows only $drawn drawn pixels"; return 1; }
+    if dbus-send --session --print-reply --dest=org.freedesktop.DBus / \
+        org.freedesktop.DBus.NameHasOwner string:org.kde.StatusNotifierWatcher 2>/dev/null |
+        grep -q true; then
+        watcher_items | grep -q '/StatusNotifierItem' ||
+            { echo "the host's StatusNotifierWatcher does not list the item"; return 1; }
+    fi
+}
+
+check_figures_visible() {
+    [ -n "$ITEM" ] || { echo "no item"; return 1; }
+    if [ "${LABEL_HOST:-0}" = 1 ]; then
+        local words
+        words=$("${IMAGE[@]}" ocr "$DESKTOP_OUT/closed.png" \
+            $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H" | awk '{printf "%s ", $1}')
+        case "$words" in
+        *C:42%*X:17%*) ;;
+        *) echo "label reads '$words', not ' C:42% X:17%'"; return 1 ;;
+        esac
+        # The icon is drawn left of the label.
+        local icon
+        icon=$("${IMAGE[@]}" content "$DESKTOP_OUT/closed.png" "$ITEM_X" "$ITEM_Y" "$ITEM_H" "$ITEM_H")
+        [ "$icon" -ge 12 ] || { echo "no icon drawn left of the label ($icon pixels)"; return 1; }
+    else
+        local green yellow red
+        read -r green yellow red < <("${IMAGE[@]}" colours "$DESKTOP_OUT/closed.png" $ITEM)
+        # The demo's figures (42 % and 17 %) are both in the green band.
+        if [ "$green" -lt 6 ] || [ "$red" -gt "$green" ]; then
+            echo "icon shows no figures: $green green, $yellow yellow, $red red pixels (item.png)"
+            return 1
+        fi
+    fi
+}
+
+# Opens the panel with a click on the item; waits for it to draw.
+open_panel() {
+    click_item
+    wait_until 5 panel_shown || return 1
+    sleep 0.4 # the bars' animation; the placement is measured on the settled picture
+}
+
+check_panel_opens() {
+    [ -n "$ITEM" ] || { echo "no item to click"; return 1; }
+    open_panel || { echo "no panel after a click on the item at $ITEM_CX,$ITEM_CY"; return 1; }
+    shot "$DESKTOP_OUT/panel.png"
+}
+
+check_panel_placement() {
+    local id x y w h rx ry rw rh visible vx vy vw vh
+    id=$(panel_window) || { echo "the panel is not open"; return 1; }
+    read -r x y w h < <(x11_geometry "$id")
+    # Look around the window but never at the bar, where the item may change its look.
+    rx=$((x - 30)) ry=$((y - 30)) rw=$((w + 60)) rh=$((h + 60))
+    if [ "$BAR_SIDE" = top ] && [ "$ry" -lt $((BAR_Y + BAR_H)) ]; then
+        rh=$((rh - (BAR_Y + BAR_H - ry))) ry=$((BAR_Y + BAR_H))
+    elif [ "$BAR_SIDE" = bottom ] && [ $((ry + rh)) -gt "$BAR_Y" ]; then
+        rh=$((BAR_Y - ry))
+    fi
+    visible=$("${IMAGE[@]}" diff-box "$DESKTOP_OUT/closed.png" "$DESKTOP_OUT/panel.png" \
+        "$rx" "$ry" "$rw" "$rh") || { echo "nothing drawn around window $w x $h at $x,$y"; return 1; }
+    read -r vx vy vw vh <<<"$visible"
+    local where="visible ${vw}x${vh} at $vx,$vy (window ${w}x${h} at $x,$y), item centre x $ITEM_CX"
+    local want_left=$((ITEM_CX - PANEL_W / 2)) problems=""
+    [ "$want_left" -ge 0 ] || want_left=0
+    [ "$want_left" -le $((SCREEN_W - PANEL_W)) ] || want_left=$((SCREEN_W - PANEL_W))
+    if [ "$vw" -ne "$PANEL_W" ] || [ "$vh" -ne "$PANEL_H" ]; then
+        problems+=" size is not ${PANEL_W}x${PANEL_H};"
+    fi
+    local off=$((vx + vw / 2 - (want_left + PANEL_W / 2)))
+    [ "${off#-}" -le "$CENTRE_SLACK" ] || problems+=" centre off by $off px;"
+    local gap
+    if [ "$BAR_SIDE" = top ]; then
+        gap=$((vy - (BAR_Y + BAR_H)))
+        where+=", bar bottom y $((BAR_Y + BAR_H))"
+    else
+        gap=$((BAR_Y - (vy + vh)))
+        where+=", bar top y $BAR_Y"
+    fi
+    [ $((gap - GAP)) -le "$GAP_SLACK" ] && [ $((GAP - gap)) -le "$GAP_SLACK" ] ||
+        problems+=" ${gap} px from the bar, not $GAP;"
+    [ -z "$problems" ] || { echo "${problems# } $where"; return 1; }
+}
+
+# close_by WHAT X Y: clicks there while the panel is open; the panel must hide.
+close_by() {
+    click_at "$2" "$3"
+    wait_until 3 panel_hidden || { echo "a click on the $1 at $2,$3 left the panel open"; return 1; }
+}
+
+reopen() {
+    sleep 0.5 # past the 300 ms in which a click on the item only closes
+    panel_shown || open_panel || { echo "the panel did not open again"; return 1; }
+}
+
+check_outside_click() {
+    panel_shown || reopen || return 1
+    local before
+    before=$(probe_presses)
+    close_by "click probe window" $((PROBE_X + PROBE_W / 2)) $((PROBE_Y + PROBE_H / 2)) || return 1
+    wait_until 2 test "$(probe_presses)" -gt "$before" ||
+        { echo "the panel closed, but the click never reached the window under it"; return 1; }
+    if [ -n "${DESK_X:-}" ]; then
+        reopen || return 1
+        close_by desktop "$DESK_X" "$DESK_Y" || return 1
+    fi
+    if [ -n "${BAR_EMPTY_X:-}" ]; then
+        reopen || return 1
+        close_by "bar" "$BAR_EMPTY_X" "$BAR_EMPTY_Y" || return 1
+    fi
+}
+
+check_escape() {
+    reopen || return 1
+    xdotool key Escape
+    wait_until 3 panel_hidden || { echo "Escape left the panel open"; return 1; }
+}
+
+check_item_click_closes() {
+    reopen || return 1
+    click_item
+    wait_until 3 panel_hidden || { echo "a click on the item left the panel open"; return 1; }
+    sleep 1
+    panel_hidden || { echo "the panel opened again after the click that closed it"; return 1; }
+}
+
+check_menu() {
+    [ -n "$ITEM" ] || { echo "no item"; return 1; }
+    panel_hidden || { xdotool key Escape; wait_until 3 panel_hidden; }
+    sleep 0.5
+    shot "$x11_runtime/menu-before.png"
+    click_item 3
+    local area=""
+    local deadline=$(($(date +%s) + 5))
+    while [ -z "$area" ] && [ "$(date +%s)" -lt "$deadline" ]; do
+        sleep 0.3
+        shot "$DESKTOP_OUT/menu.png"
+        area=$("${IMAGE[@]}" diff-box "$x11_runtime/menu-before.png" "$DESKTOP_OUT/menu.png") || area=""
+    done
+    [ -n "$area" ] || { echo "no menu appeared after a right click on the item"; return 1; }
+    sleep 0.5
+    shot "$DESKTOP_OUT/menu.png"
+    area=$("${IMAGE[@]}" diff-box "$x11_runtime/menu-before.png" "$DESKTOP_OUT/menu.png")
+    local words text missing=""
+    words=$("${IMAGE[@]}" ocr "$DESKTOP_OUT/menu.png" $area)
+    text=$(awk '{printf "%s ", $1}' <<<"$words")
+    for entry in Claude Codex "Open Quillon" "Refresh Usage" Quit; do
+        [[ "$text" == *"$entry"* ]] || missing+=" \"$entry\""
+    done
+    local open
+    open=$(awk '$1 == "Open" {print $2 + int($4 / 2), $3 + int($5 / 2); exit}' <<<"$words")
+    if [ -z "$open" ]; then
+        xdotool key Escape
+        echo "menu ($area) has no \"Open Quillon\"; it reads: $text"
+        return 1
+    fi
+    click_at $open
+    wait_until 5 panel_shown || { echo "\"Open Quillon\" did not open the panel"; return 1; }
+    sleep 0.4
+    shot "$DESKTOP_OUT/menu-opened.png"
+    [ -z "$missing" ] || { echo "menu lacks$missing; it reads: $text"; return 1; }
+}
+
+x11_checks() {
+    x11_start_probe || fail "item visible" "the click probe window did not appear"
+    x11_start_demo
+    check "item visible" check_item_visible
+    check "figures visible" check_figures_visible
+    check "panel opens" check_panel_opens
+    check "panel placement" check_panel_placement
+    check "outside click closes" check_outside_click
+    check "escape closes" check_escape
+    check "item click closes" check_item_click_closes
+    check "menu works" check_menu
+}
