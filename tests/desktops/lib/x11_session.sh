@@ -22,7 +22,6 @@ x11_cleanup() {
         done
         kill -9 "$pid" 2>/dev/null || true
     done
-    [ -z "$x11_runtime" ] || rm -rf "$x11_runtime"
 }
 
 # spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
@@ -34,13 +33,28 @@ spawn() {
     eval "pid_${name//-/_}=$!"
 }
 
-# A display, a home and a runtime folder of this host's own: nothing of the user's is read or
-# written, and nothing of another host is seen.
+# A home and a runtime folder of this host's own, and a private session bus that starts with
+# them, so that nothing the bus starts (settings daemons and the like) reads or writes the
+# user's files. Call first, with the script's arguments: it runs the script again on that bus.
+x11_enter_session() {
+    export HOME="$DESKTOP_OUT/home" XDG_RUNTIME_DIR="$DESKTOP_OUT/run"
+    export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
+    export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
+    export XDG_SESSION_TYPE=x11 GDK_BACKEND=x11 QT_QPA_PLATFORM=xcb NO_AT_BRIDGE=1
+    unset WAYLAND_DISPLAY DISPLAY SESSION_MANAGER
+    [ -z "${DESKTOP_BUS:-}" ] || return 0
+    mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$XDG_STATE_HOME" \
+        "$XDG_RUNTIME_DIR"
+    chmod 700 "$XDG_RUNTIME_DIR"
+    DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
+}
+
+# A display of this host's own, where nothing of another host is seen.
 x11_start_display() {
     trap x11_cleanup EXIT
     trap 'exit 130' INT TERM
-    x11_runtime=$(mktemp -d)
-    chmod 700 "$x11_runtime"
+    x11_runtime="$XDG_RUNTIME_DIR/x11"
+    mkdir -p "$x11_runtime"
     mkfifo "$x11_runtime/display"
     Xvfb -displayfd 3 -screen 0 "${SCREEN_W}x${SCREEN_H}x24" -nolisten tcp -noreset \
         3>"$x11_runtime/display" >"$DESKTOP_OUT/xvfb.log" 2>&1 &
@@ -48,12 +62,7 @@ x11_start_display() {
     local display
     read -r display <"$x11_runtime/display"
     export DISPLAY=":$display"
-    export HOME="$DESKTOP_OUT/home" XDG_RUNTIME_DIR="$x11_runtime"
-    export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
-    export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
-    mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$XDG_STATE_HOME"
-    export XDG_SESSION_TYPE=x11 GDK_BACKEND=x11 QT_QPA_PLATFORM=xcb NO_AT_BRIDGE=1
-    unset WAYLAND_DISPLAY
+    dbus-update-activation-environment DISPLAY
     # A colour no panel uses: a black transparent margin shows against it.
     xsetroot -solid '#5b7fa3'
 }
@@ -131,6 +140,15 @@ x11_start_probe() {
     spawn probe /usr/bin/python3 "$DESKTOP_LIB/click_probe.py" "$DESKTOP_OUT/probe.txt" \
         "${PROBE_W}x${PROBE_H}+${PROBE_X}+${PROBE_Y}"
     wait_until 10 xdotool search --onlyvisible --classname clickprobe
+}
+
+# A plain desktop window under everything, for hosts without a desktop of their own: a known
+# colour behind the panel (compositors paint no root colour), and a place whose clicks are
+# recorded in DESKTOP_OUT/desktop.txt.
+x11_start_backdrop() {
+    spawn backdrop /usr/bin/python3 "$DESKTOP_LIB/click_probe.py" "$DESKTOP_OUT/desktop.txt" \
+        "${SCREEN_W}x${SCREEN_H}+0+0" --desktop
+    wait_until 10 xdotool search --onlyvisible --classname clickdesktop
 }
 
 # Starts the demo, closes the panel it opens at start, and finds the item in the bar: the part of
