@@ -29,8 +29,7 @@ spawn wm openbox
 wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
 x11_start_backdrop
 spawn tint2 tint2 -c "$XDG_CONFIG_HOME/tint2/tint2rc"
-wait_until 20 x11_find_bar --class tint2 || fail "item visible" "tint2's bar never appeared"
-x11_set_bar bottom $(x11_find_bar --class tint2)
+x11_wait_bar bottom --class tint2
 BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=120
 x11_checks

@@ -2,6 +2,10 @@
 
     image.py diff-box BEFORE AFTER [X Y W H] [--threshold N]
         the bounding box "X Y W H" of the pixels that changed (exit 1 when none did)
+    image.py new-item BEFORE AFTER X Y W H [--threshold N]
+        like diff-box, but only the changed part that is new: of the runs of changed columns,
+        those whose picture was already somewhere in the region before (other items that moved
+        aside) are left out
     image.py same A B                      exit 0 when the two images are identical
     image.py content IMG X Y W H           the number of pixels that differ from the region's
                                            most common colour (its background)
@@ -43,6 +47,55 @@ def diff_box(before, after, box, threshold):
         return None
     x0, y0, x1, y1 = found
     return (box[0] + x0, box[1] + y0, x1 - x0, y1 - y0)
+
+
+def changed_columns(a, b, threshold):
+    diff = ImageChops.difference(a, b).convert("L").point(lambda v: 255 if v > threshold // 3 else 0)
+    columns = [diff.crop((x, 0, x + 1, diff.height)).getbbox() is not None for x in range(diff.width)]
+    runs, start = [], None
+    for x, changed in enumerate(columns + [False]):
+        if changed and start is None:
+            start = x
+        elif not changed and start is not None:
+            runs.append((start, x))
+            start = None
+    # Runs a few columns apart belong to one picture.
+    merged = []
+    for run in runs:
+        if merged and run[0] - merged[-1][1] <= 3:
+            merged[-1] = (merged[-1][0], run[1])
+        else:
+            merged.append(run)
+    return merged
+
+
+def seen_before(before, piece):
+    """Whether the piece appears in the before picture at its own height, anywhere along it."""
+    width = piece.width
+    for x in range(0, before.width - width + 1):
+        window = before.crop((x, 0, x + width, before.height))
+        stat = ImageChops.difference(window, piece).convert("L").getextrema()
+        if stat[1] <= 24:
+            return True
+    return False
+
+
+def new_item(before_path, after_path, box, threshold):
+    before, after = load(before_path).crop(box), load(after_path).crop(box)
+    fresh = []
+    for x0, x1 in changed_columns(before, after, threshold):
+        piece = after.crop((x0, 0, x1, after.height))
+        if not seen_before(before, piece):
+            fresh.append((x0, x1))
+    if not fresh:
+        return None
+    x0, x1 = fresh[0][0], fresh[-1][1]
+    found = ImageChops.difference(before.crop((x0, 0, x1, before.height)),
+                                  after.crop((x0, 0, x1, after.height))).convert("L")
+    found = found.point(lambda v: 255 if v > threshold // 3 else 0).getbbox()
+    if found is None:
+        return None
+    return (box[0] + x0 + found[0], box[1] + found[1], found[2] - found[0], found[3] - found[1])
 
 
 def background(pixels):
@@ -100,6 +153,12 @@ def main(argv):
     if command == "diff-box":
         box = region(load(rest[0]), rest[2:])
         found = diff_box(rest[0], rest[1], box, threshold)
+        if found is None:
+            return 1
+        print(*found)
+    elif command == "new-item":
+        box = region(load(rest[0]), rest[2:])
+        found = new_item(rest[0], rest[1], box, threshold)
         if found is None:
             return 1
         print(*found)

@@ -1,7 +1,7 @@
 # The machinery every X11 host script shares: a virtual display of its own, a private home,
 # the processes it starts (and ends, whatever happens), screenshots, and the checks.
 # Source it after report.sh. The host script then calls, in order:
-#   x11_start_display; start its host; x11_set_bar SIDE X Y W H; x11_start_demo; x11_checks
+#   x11_enter_session "$@"; x11_start_display; start its host; x11_wait_bar SIDE ...; x11_checks
 
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 SCREEN_W=1280
@@ -85,18 +85,38 @@ wait_still() {
     return 1
 }
 
-# The visible window of that class (or name) that spans most of the screen's width: the bar.
-# Prints "X Y W H".
+# The visible window found by `xdotool search ARGS...` that spans most of the screen's width on
+# that side (top or bottom): the bar. Prints "X Y W H".
 x11_find_bar() {
-    local id x y w h
+    local side=$1 id x y w h
+    shift
     for id in $(xdotool search --onlyvisible "$@" 2>/dev/null); do
         read -r x y w h < <(x11_geometry "$id") || continue
-        if [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ]; then
+        [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ] || continue
+        if { [ "$side" = top ] && [ "$y" -lt $((SCREEN_H / 2)) ]; } ||
+            { [ "$side" = bottom ] && [ "$y" -ge $((SCREEN_H / 2)) ]; }; then
             echo "$x $y $w $h"
             return 0
         fi
     done
     return 1
+}
+
+# x11_wait_bar SIDE ARGS...: waits for the bar and sets BAR_SIDE, BAR_X/Y/W/H; without a bar
+# every check fails and the script ends.
+x11_wait_bar() {
+    local side=$1 bar
+    wait_until 30 x11_find_bar "$@" && bar=$(x11_find_bar "$@") ||
+        host_broken "no bar at the $side of the screen (xdotool search ${*:2})"
+    BAR_SIDE=$side
+    read -r BAR_X BAR_Y BAR_W BAR_H <<<"$bar"
+}
+
+# Every check fails with the same reason, and the script ends: the host never came up.
+host_broken() {
+    local name
+    for name in "${CHECK_NAMES[@]}"; do fail "$name" "$1"; done
+    exit 1
 }
 
 # "X Y W H" of a window in root coordinates.
@@ -105,12 +125,6 @@ x11_geometry() {
         /Absolute upper-left X/ {x=$4} /Absolute upper-left Y/ {y=$4}
         /^ *Width:/ {w=$2} /^ *Height:/ {h=$2}
         END {if (w == "") exit 1; print x, y, w, h}'
-}
-
-# BAR_SIDE (top or bottom) and the bar's geometry.
-x11_set_bar() {
-    BAR_SIDE=$1
-    read -r BAR_X BAR_Y BAR_W BAR_H <<<"$2 $3 $4 $5"
 }
 
 # The demo's visible window that is large enough to be the panel.
@@ -166,7 +180,7 @@ x11_start_demo() {
     local deadline=$(($(date +%s) + 20))
     while [ "$(date +%s)" -lt "$deadline" ]; do
         shot "$x11_runtime/bar-now.png"
-        if ITEM=$("${IMAGE[@]}" diff-box "$before" "$x11_runtime/bar-now.png" \
+        if ITEM=$("${IMAGE[@]}" new-item "$before" "$x11_runtime/bar-now.png" \
             "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24); then
             break
         fi
@@ -175,7 +189,7 @@ x11_start_demo() {
     done
     # Let the bar finish laying out (icons slide in on some hosts), then measure again.
     wait_still 10 "$DESKTOP_OUT/closed.png" || true
-    ITEM=$("${IMAGE[@]}" diff-box "$before" "$DESKTOP_OUT/closed.png" \
+    ITEM=$("${IMAGE[@]}" new-item "$before" "$DESKTOP_OUT/closed.png" \
         "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
     "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" \
         "$DESKTOP_OUT/bar.png"
