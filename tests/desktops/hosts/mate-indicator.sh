@@ -12,5 +12,7 @@ x11_start_display
 spawn indicators /usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service
 mate_start IndicatorAppletCompleteFactory::IndicatorAppletComplete
 LABEL_HOST=1
+# The applet opens the item's menu on a left click; its right click is the panel's own menu.
+ITEM_OPENS_MENU=1 MENU_BUTTON=1
 x11_checks
 report_status

@@ -7,8 +7,9 @@
         those whose picture was already somewhere in the region before (other items that moved
         aside) are left out
     image.py same A B                      exit 0 when the two images are identical
-    image.py content IMG X Y W H           the number of pixels that differ from the region's
-                                           most common colour (its background)
+    image.py content IMG X Y W H [--threshold N]
+                                           the number of pixels that differ by more than N
+                                           (40) from the region's most common colour
     image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
     image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
     image.py ocr IMG [X Y W H]             the words tesseract reads in the region, one a line:
@@ -105,12 +106,12 @@ def background(pixels):
     return max(counts, key=counts.get)
 
 
-def content(image, box):
+def content(image, box, contrast=40):
     pixels = list(image.crop(box).getdata())
     if not pixels:
         return 0
     bg = background(pixels)
-    return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > 40)
+    return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > contrast)
 
 
 def colours(image, box):
@@ -145,20 +146,20 @@ def ocr(image, box, scale=4):
 
 def main(argv):
     command, rest = argv[1], argv[2:]
-    threshold = 48
+    threshold = None
     if "--threshold" in rest:
         at = rest.index("--threshold")
         threshold = int(rest[at + 1])
         del rest[at:at + 2]
     if command == "diff-box":
         box = region(load(rest[0]), rest[2:])
-        found = diff_box(rest[0], rest[1], box, threshold)
+        found = diff_box(rest[0], rest[1], box, threshold or 48)
         if found is None:
             return 1
         print(*found)
     elif command == "new-item":
         box = region(load(rest[0]), rest[2:])
-        found = new_item(rest[0], rest[1], box, threshold)
+        found = new_item(rest[0], rest[1], box, threshold or 48)
         if found is None:
             return 1
         print(*found)
@@ -166,7 +167,7 @@ def main(argv):
         return 0 if ImageChops.difference(load(rest[0]), load(rest[1])).getbbox() is None else 1
     elif command == "content":
         image = load(rest[0])
-        print(content(image, region(image, rest[1:])))
+        print(content(image, region(image, rest[1:]), threshold or 40))
     elif command == "colours":
         image = load(rest[0])
         print(*colours(image, region(image, rest[1:])))

@@ -92,7 +92,9 @@ x11_find_bar() {
     shift
     for id in $(xdotool search --onlyvisible "$@" 2>/dev/null); do
         read -r x y w h < <(x11_geometry "$id") || continue
-        [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ] || continue
+        # Wholly on the screen: some bars slide in from its edge.
+        [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ] && [ "$y" -ge 0 ] &&
+            [ $((y + h)) -le "$SCREEN_H" ] || continue
         if { [ "$side" = top ] && [ "$y" -lt $((SCREEN_H / 2)) ]; } ||
             { [ "$side" = bottom ] && [ "$y" -ge $((SCREEN_H / 2)) ]; }; then
             echo "$x $y $w $h"
