@@ -10,6 +10,9 @@
     image.py content IMG X Y W H [--threshold N]
                                            the number of pixels that differ by more than N
                                            (40) from the region's most common colour
+    image.py ink-box IMG X Y W H [--threshold N]
+                                           the box "X Y W H" of the pixels that differ by more
+                                           than N (80) from the region's most common colour
     image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
     image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
     image.py ocr IMG [X Y W H]             the words tesseract reads in the region, one a line:
@@ -114,6 +117,18 @@ def content(image, box, contrast=40):
     return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > contrast)
 
 
+def ink_box(image, box, contrast=80):
+    crop = image.crop(box)
+    bg = background(list(crop.getdata()))
+    mask = Image.new("L", crop.size)
+    mask.putdata([255 if max(abs(p[i] - bg[i]) for i in range(3)) > contrast else 0
+                  for p in crop.getdata()])
+    found = mask.getbbox()
+    if found is None:
+        return None
+    return (box[0] + found[0], box[1] + found[1], found[2] - found[0], found[3] - found[1])
+
+
 def colours(image, box):
     green = yellow = red = 0
     for r, g, b in image.crop(box).getdata():
@@ -168,6 +183,12 @@ def main(argv):
     elif command == "content":
         image = load(rest[0])
         print(content(image, region(image, rest[1:]), threshold or 40))
+    elif command == "ink-box":
+        image = load(rest[0])
+        found = ink_box(image, region(image, rest[1:]), threshold or 80)
+        if found is None:
+            return 1
+        print(*found)
     elif command == "colours":
         image = load(rest[0])
         print(*colours(image, region(image, rest[1:])))

@@ -28,7 +28,7 @@ check_item_visible() {
 check_figures_visible() {
     [ -n "$ITEM" ] || { echo "no item"; return 1; }
     if [ "${LABEL_HOST:-0}" = 1 ]; then
-        local words text label_x icon_w icon
+        local words text
         words=$("${IMAGE[@]}" ocr "$DESKTOP_OUT/closed.png" \
             $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H")
         text=$(awk '{printf "%s ", $1}' <<<"$words")
@@ -36,16 +36,16 @@ check_figures_visible() {
         *C:42%*X:17%*) ;;
         *) echo "label reads '$text', not ' C:42% X:17%'"; return 1 ;;
         esac
-        # The icon is drawn left of the label, inside the item.
+        # The icon is drawn left of the label, inside the item, in strong contrast (a theme's
+        # pale "missing image" placeholder is not the icon), and icon-sized (a drag handle is not).
+        local label_x ink ink_w=0 ink_h=0
         label_x=$(awk '$1 ~ /C:42%/ {print $2; exit}' <<<"$words")
-        icon_w=$((label_x - 2 - ITEM_X))
-        icon=0
-        [ "$icon_w" -lt 8 ] ||
-            icon=$("${IMAGE[@]}" content "$DESKTOP_OUT/closed.png" "$ITEM_X" "$BAR_Y" "$icon_w" "$BAR_H" \
-                --threshold 80)
-        # Strong contrast: a theme's pale "missing image" placeholder is not the icon.
-        [ "$icon" -ge 12 ] || { echo "no icon drawn left of the label (item at x $ITEM_X," \
-            "label at x $label_x, $icon strong pixels)"; return 1; }
+        if [ $((label_x - 2 - ITEM_X)) -ge 8 ] && ink=$("${IMAGE[@]}" ink-box "$DESKTOP_OUT/closed.png" \
+            "$ITEM_X" "$BAR_Y" $((label_x - 2 - ITEM_X)) "$BAR_H"); then
+            read -r _ _ ink_w ink_h <<<"$ink"
+        fi
+        [ "$ink_w" -ge 10 ] && [ "$ink_h" -ge 10 ] || { echo "no icon drawn left of the label" \
+            "(item at x $ITEM_X, label at x $label_x, strong pixels ${ink_w}x${ink_h})"; return 1; }
     else
         local green yellow red
         read -r green yellow red < <("${IMAGE[@]}" colours "$DESKTOP_OUT/closed.png" $ITEM)
