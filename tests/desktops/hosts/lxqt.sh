@@ -28,6 +28,7 @@ width-percent=true
 
 [spacer]
 type=spacer
+expandable=true
 
 [statusnotifier]
 type=statusnotifier
