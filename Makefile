@@ -15,7 +15,9 @@ export TSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:halt_on
 space := $(subst ,, )
 TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test dbus_menu_test title_subscription_test
 
-.PHONY: all deps configure build run demo test test-asan test-tsan fuzz tidy package clean format
+DESKTOPS ?=
+
+.PHONY: all deps configure build run demo test test-desktops test-asan test-tsan fuzz tidy package clean format
 
 all: build
 
@@ -33,6 +35,12 @@ run: build
 
 test: build
 	@scripts/run-tests.sh $(BUILD_DIR)
+
+# The demo build under real panel hosts, each headless (DESKTOPS="xfce tint2" picks some);
+# screenshots and logs in build/desktops/<host>/.
+test-desktops: configure
+	@cmake --build --preset $(PRESET) --target quillon_demo
+	@scripts/run-desktop-tests.sh $(BUILD_DIR) $(DESKTOPS)
 
 # The real application against a local sample service. Without a display it runs on a virtual
 # one and writes screenshots of the panel and the settings to build/demo/.
