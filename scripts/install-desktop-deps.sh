@@ -21,7 +21,10 @@ lxqt=(lxqt-panel openbox)
 # ---- end of X11 hosts ----
 
 # ---- Wayland hosts ----
-gnome=()
+# GNOME Shell with the AppIndicator extension, XWayland for the X11 clients, python3-gi to talk
+# to the shell, iproute2 for the loopback of its own network namespace.
+gnome=(gnome-shell gnome-shell-extension-appindicator xwayland dconf-gsettings-backend
+    python3-gi iproute2)
 sway=()
 # ---- end of Wayland hosts ----
 
