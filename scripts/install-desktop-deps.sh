@@ -11,10 +11,10 @@ common=(
 )
 
 # ---- X11 hosts ----
-plasma=(plasma-workspace kwin-x11)
+plasma=(plasma-workspace plasma-desktop kwin-x11)
 xfce=(xfwm4 xfce4-panel xfconf)
-mate=(marco mate-panel)
-mate_indicator=(marco mate-panel mate-indicator-applet ayatana-indicator-application)
+mate=(marco mate-panel dconf-cli dconf-service)
+mate_indicator=(marco mate-panel dconf-cli dconf-service mate-indicator-applet ayatana-indicator-application)
 tint2=(tint2 openbox)
 cinnamon=(cinnamon cinnamon-session xapp-sn-watcher)
 lxqt=(lxqt-panel openbox)

@@ -2,10 +2,10 @@
 # A plain XEmbed system tray: tint2 as a bottom bar with its tray at the right end, under
 # Openbox. No StatusNotifierWatcher runs, so the application shows a classic tray icon.
 set -uo pipefail
-[ -n "${DESKTOP_BUS:-}" ] || DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
 HOST=tint2
 source "$DESKTOP_LIB/report.sh"
 source "$DESKTOP_LIB/x11_session.sh"
+x11_enter_session "$@"
 
 x11_start_display
 mkdir -p "$XDG_CONFIG_HOME/tint2"
@@ -27,9 +27,9 @@ systray_background_id = 0
 RC
 spawn wm openbox
 wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+x11_start_backdrop
 spawn tint2 tint2 -c "$XDG_CONFIG_HOME/tint2/tint2rc"
-wait_until 20 x11_find_bar --class tint2 || fail "item visible" "tint2's bar never appeared"
-x11_set_bar bottom $(x11_find_bar --class tint2)
+x11_wait_bar bottom --class tint2
 BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=120
 x11_checks

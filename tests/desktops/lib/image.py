@@ -2,9 +2,14 @@
 
     image.py diff-box BEFORE AFTER [X Y W H] [--threshold N]
         the bounding box "X Y W H" of the pixels that changed (exit 1 when none did)
+    image.py new-item BEFORE AFTER X Y W H [--threshold N]
+        like diff-box, but only the changed part that is new: of the runs of changed columns,
+        those whose picture was already somewhere in the region before (other items that moved
+        aside) are left out
     image.py same A B                      exit 0 when the two images are identical
-    image.py content IMG X Y W H           the number of pixels that differ from the region's
-                                           most common colour (its background)
+    image.py content IMG X Y W H [--threshold N]
+                                           the number of pixels that differ by more than N
+                                           (40) from the region's most common colour
     image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
     image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
     image.py ocr IMG [X Y W H]             the words tesseract reads in the region, one a line:
@@ -45,6 +50,55 @@ def diff_box(before, after, box, threshold):
     return (box[0] + x0, box[1] + y0, x1 - x0, y1 - y0)
 
 
+def changed_columns(a, b, threshold):
+    diff = ImageChops.difference(a, b).convert("L").point(lambda v: 255 if v > threshold // 3 else 0)
+    columns = [diff.crop((x, 0, x + 1, diff.height)).getbbox() is not None for x in range(diff.width)]
+    runs, start = [], None
+    for x, changed in enumerate(columns + [False]):
+        if changed and start is None:
+            start = x
+        elif not changed and start is not None:
+            runs.append((start, x))
+            start = None
+    # Runs a few columns apart belong to one picture.
+    merged = []
+    for run in runs:
+        if merged and run[0] - merged[-1][1] <= 3:
+            merged[-1] = (merged[-1][0], run[1])
+        else:
+            merged.append(run)
+    return merged
+
+
+def seen_before(before, piece):
+    """Whether the piece appears in the before picture at its own height, anywhere along it."""
+    width = piece.width
+    for x in range(0, before.width - width + 1):
+        window = before.crop((x, 0, x + width, before.height))
+        stat = ImageChops.difference(window, piece).convert("L").getextrema()
+        if stat[1] <= 24:
+            return True
+    return False
+
+
+def new_item(before_path, after_path, box, threshold):
+    before, after = load(before_path).crop(box), load(after_path).crop(box)
+    fresh = []
+    for x0, x1 in changed_columns(before, after, threshold):
+        piece = after.crop((x0, 0, x1, after.height))
+        if not seen_before(before, piece):
+            fresh.append((x0, x1))
+    if not fresh:
+        return None
+    x0, x1 = fresh[0][0], fresh[-1][1]
+    found = ImageChops.difference(before.crop((x0, 0, x1, before.height)),
+                                  after.crop((x0, 0, x1, after.height))).convert("L")
+    found = found.point(lambda v: 255 if v > threshold // 3 else 0).getbbox()
+    if found is None:
+        return None
+    return (box[0] + x0 + found[0], box[1] + found[1], found[2] - found[0], found[3] - found[1])
+
+
 def background(pixels):
     counts = {}
     for p in pixels:
@@ -52,12 +106,12 @@ def background(pixels):
     return max(counts, key=counts.get)
 
 
-def content(image, box):
+def content(image, box, contrast=40):
     pixels = list(image.crop(box).getdata())
     if not pixels:
         return 0
     bg = background(pixels)
-    return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > 40)
+    return sum(1 for p in pixels if max(abs(p[i] - bg[i]) for i in range(3)) > contrast)
 
 
 def colours(image, box):
@@ -92,14 +146,20 @@ def ocr(image, box, scale=4):
 
 def main(argv):
     command, rest = argv[1], argv[2:]
-    threshold = 48
+    threshold = None
     if "--threshold" in rest:
         at = rest.index("--threshold")
         threshold = int(rest[at + 1])
         del rest[at:at + 2]
     if command == "diff-box":
         box = region(load(rest[0]), rest[2:])
-        found = diff_box(rest[0], rest[1], box, threshold)
+        found = diff_box(rest[0], rest[1], box, threshold or 48)
+        if found is None:
+            return 1
+        print(*found)
+    elif command == "new-item":
+        box = region(load(rest[0]), rest[2:])
+        found = new_item(rest[0], rest[1], box, threshold or 48)
         if found is None:
             return 1
         print(*found)
@@ -107,7 +167,7 @@ def main(argv):
         return 0 if ImageChops.difference(load(rest[0]), load(rest[1])).getbbox() is None else 1
     elif command == "content":
         image = load(rest[0])
-        print(content(image, region(image, rest[1:])))
+        print(content(image, region(image, rest[1:]), threshold or 40))
     elif command == "colours":
         image = load(rest[0])
         print(*colours(image, region(image, rest[1:])))

@@ -3,6 +3,9 @@
 # Source it after setting HOST.
 
 : "${HOST:?HOST must name the host before report.sh is sourced}"
+# The checks every host makes, in order.
+CHECK_NAMES=("item visible" "figures visible" "panel opens" "panel placement"
+    "outside click closes" "escape closes" "item click closes" "menu works")
 checks_failed=0
 checks_passed=0
 

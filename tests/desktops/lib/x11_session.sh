@@ -1,7 +1,7 @@
 # The machinery every X11 host script shares: a virtual display of its own, a private home,
 # the processes it starts (and ends, whatever happens), screenshots, and the checks.
 # Source it after report.sh. The host script then calls, in order:
-#   x11_start_display; start its host; x11_set_bar SIDE X Y W H; x11_start_demo; x11_checks
+#   x11_enter_session "$@"; x11_start_display; start its host; x11_wait_bar SIDE ...; x11_checks
 
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 SCREEN_W=1280
@@ -22,7 +22,6 @@ x11_cleanup() {
         done
         kill -9 "$pid" 2>/dev/null || true
     done
-    [ -z "$x11_runtime" ] || rm -rf "$x11_runtime"
 }
 
 # spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
@@ -34,13 +33,28 @@ spawn() {
     eval "pid_${name//-/_}=$!"
 }
 
-# A display, a home and a runtime folder of this host's own: nothing of the user's is read or
-# written, and nothing of another host is seen.
+# A home and a runtime folder of this host's own, and a private session bus that starts with
+# them, so that nothing the bus starts (settings daemons and the like) reads or writes the
+# user's files. Call first, with the script's arguments: it runs the script again on that bus.
+x11_enter_session() {
+    export HOME="$DESKTOP_OUT/home" XDG_RUNTIME_DIR="$DESKTOP_OUT/run"
+    export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
+    export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
+    export XDG_SESSION_TYPE=x11 GDK_BACKEND=x11 QT_QPA_PLATFORM=xcb NO_AT_BRIDGE=1
+    unset WAYLAND_DISPLAY DISPLAY SESSION_MANAGER
+    [ -z "${DESKTOP_BUS:-}" ] || return 0
+    mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$XDG_STATE_HOME" \
+        "$XDG_RUNTIME_DIR"
+    chmod 700 "$XDG_RUNTIME_DIR"
+    DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
+}
+
+# A display of this host's own, where nothing of another host is seen.
 x11_start_display() {
     trap x11_cleanup EXIT
     trap 'exit 130' INT TERM
-    x11_runtime=$(mktemp -d)
-    chmod 700 "$x11_runtime"
+    x11_runtime="$XDG_RUNTIME_DIR/x11"
+    mkdir -p "$x11_runtime"
     mkfifo "$x11_runtime/display"
     Xvfb -displayfd 3 -screen 0 "${SCREEN_W}x${SCREEN_H}x24" -nolisten tcp -noreset \
         3>"$x11_runtime/display" >"$DESKTOP_OUT/xvfb.log" 2>&1 &
@@ -48,12 +62,7 @@ x11_start_display() {
     local display
     read -r display <"$x11_runtime/display"
     export DISPLAY=":$display"
-    export HOME="$DESKTOP_OUT/home" XDG_RUNTIME_DIR="$x11_runtime"
-    export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
-    export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
-    mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$XDG_STATE_HOME"
-    export XDG_SESSION_TYPE=x11 GDK_BACKEND=x11 QT_QPA_PLATFORM=xcb NO_AT_BRIDGE=1
-    unset WAYLAND_DISPLAY
+    dbus-update-activation-environment DISPLAY
     # A colour no panel uses: a black transparent margin shows against it.
     xsetroot -solid '#5b7fa3'
 }
@@ -76,18 +85,40 @@ wait_still() {
     return 1
 }
 
-# The visible window of that class (or name) that spans most of the screen's width: the bar.
-# Prints "X Y W H".
+# The visible window found by `xdotool search ARGS...` that spans most of the screen's width on
+# that side (top or bottom): the bar. Prints "X Y W H".
 x11_find_bar() {
-    local id x y w h
+    local side=$1 id x y w h
+    shift
     for id in $(xdotool search --onlyvisible "$@" 2>/dev/null); do
         read -r x y w h < <(x11_geometry "$id") || continue
-        if [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ]; then
+        # Wholly on the screen: some bars slide in from its edge.
+        [ "$w" -ge $((SCREEN_W * 8 / 10)) ] && [ "$h" -le 80 ] && [ "$y" -ge 0 ] &&
+            [ $((y + h)) -le "$SCREEN_H" ] || continue
+        if { [ "$side" = top ] && [ "$y" -lt $((SCREEN_H / 2)) ]; } ||
+            { [ "$side" = bottom ] && [ "$y" -ge $((SCREEN_H / 2)) ]; }; then
             echo "$x $y $w $h"
             return 0
         fi
     done
     return 1
+}
+
+# x11_wait_bar SIDE ARGS...: waits for the bar and sets BAR_SIDE, BAR_X/Y/W/H; without a bar
+# every check fails and the script ends.
+x11_wait_bar() {
+    local side=$1 bar
+    wait_until 30 x11_find_bar "$@" && bar=$(x11_find_bar "$@") ||
+        host_broken "no bar at the $side of the screen (xdotool search ${*:2})"
+    BAR_SIDE=$side
+    read -r BAR_X BAR_Y BAR_W BAR_H <<<"$bar"
+}
+
+# Every check fails with the same reason, and the script ends: the host never came up.
+host_broken() {
+    local name
+    for name in "${CHECK_NAMES[@]}"; do fail "$name" "$1"; done
+    exit 1
 }
 
 # "X Y W H" of a window in root coordinates.
@@ -96,12 +127,6 @@ x11_geometry() {
         /Absolute upper-left X/ {x=$4} /Absolute upper-left Y/ {y=$4}
         /^ *Width:/ {w=$2} /^ *Height:/ {h=$2}
         END {if (w == "") exit 1; print x, y, w, h}'
-}
-
-# BAR_SIDE (top or bottom) and the bar's geometry.
-x11_set_bar() {
-    BAR_SIDE=$1
-    read -r BAR_X BAR_Y BAR_W BAR_H <<<"$2 $3 $4 $5"
 }
 
 # The demo's visible window that is large enough to be the panel.
@@ -133,6 +158,15 @@ x11_start_probe() {
     wait_until 10 xdotool search --onlyvisible --classname clickprobe
 }
 
+# A plain desktop window under everything, for hosts without a desktop of their own: a known
+# colour behind the panel (compositors paint no root colour), and a place whose clicks are
+# recorded in DESKTOP_OUT/desktop.txt.
+x11_start_backdrop() {
+    spawn backdrop /usr/bin/python3 "$DESKTOP_LIB/click_probe.py" "$DESKTOP_OUT/desktop.txt" \
+        "${SCREEN_W}x${SCREEN_H}+0+0" --desktop
+    wait_until 10 xdotool search --onlyvisible --classname clickdesktop
+}
+
 # Starts the demo, closes the panel it opens at start, and finds the item in the bar: the part of
 # the bar that changed since before the demo ran.
 x11_start_demo() {
@@ -148,7 +182,7 @@ x11_start_demo() {
     local deadline=$(($(date +%s) + 20))
     while [ "$(date +%s)" -lt "$deadline" ]; do
         shot "$x11_runtime/bar-now.png"
-        if ITEM=$("${IMAGE[@]}" diff-box "$before" "$x11_runtime/bar-now.png" \
+        if ITEM=$("${IMAGE[@]}" new-item "$before" "$x11_runtime/bar-now.png" \
             "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24); then
             break
         fi
@@ -157,7 +191,7 @@ x11_start_demo() {
     done
     # Let the bar finish laying out (icons slide in on some hosts), then measure again.
     wait_still 10 "$DESKTOP_OUT/closed.png" || true
-    ITEM=$("${IMAGE[@]}" diff-box "$before" "$DESKTOP_OUT/closed.png" \
+    ITEM=$("${IMAGE[@]}" new-item "$before" "$DESKTOP_OUT/closed.png" \
         "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
     "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" \
         "$DESKTOP_OUT/bar.png"

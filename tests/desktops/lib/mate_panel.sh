@@ -1,0 +1,28 @@
+# MATE's panel under marco: one top bar holding one applet, set in the panel's own settings
+# (dconf) before it starts, so that nothing else (a clock) changes in the bar.
+# mate_start APPLET_IID: starts marco and mate-panel with that applet at the bar's right end.
+mate_start() {
+    dconf load /org/mate/panel/ <<CONF
+[general]
+toplevel-id-list=['top']
+object-id-list=['tray']
+[toplevels/top]
+expand=true
+orientation='top'
+size=26
+[objects/tray]
+object-type='applet'
+applet-iid='$1'
+toplevel-id='top'
+position=10
+panel-right-stick=true
+locked=true
+CONF
+    spawn wm marco --no-composite
+    wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+    x11_start_backdrop
+    spawn panel mate-panel
+    x11_wait_bar top --class mate-panel
+    BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
+    DESK_X=$((SCREEN_W / 2)) DESK_Y=$((SCREEN_H - 40))
+}
