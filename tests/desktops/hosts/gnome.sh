@@ -10,6 +10,7 @@ source "$DESKTOP_LIB/report.sh"
 source "$DESKTOP_LIB/wayland_checks.sh"
 
 LABEL_HOST=1
+open_panel() { gnome_open_panel; }
 find_item() {
     ITEM=""
     wait_until 20 item_present && ITEM=$(item_box)
@@ -17,7 +18,7 @@ find_item() {
 
 check_menu() {
     [ -n "$ITEM" ] || { echo "no item"; return 1; }
-    MENU_SHOT="$DESKTOP_OUT/menu.png" open_panel >"$DESKTOP_OUT/.menu-open.txt"
+    MENU_SHOT="$DESKTOP_OUT/menu.png" gnome_open_panel >"$DESKTOP_OUT/.menu-open.txt"
     local opened=$? rows missing=""
     rows=$(tr '\n' '|' <<<"$MENU_ROWS")
     grep -q '^Claude .*42%' <<<"$MENU_ROWS" || missing+=" a Claude row with 42%;"

@@ -135,7 +135,7 @@ menu_row_centre() {
 
 # Opens the panel as a user does on GNOME: a click on the item opens its menu, a click on "Open
 # Quillon" the panel. MENU_ROWS keeps what the menu showed; MENU_SHOT names a screenshot of it.
-open_panel() {
+gnome_open_panel() {
     click_item
     wait_until 3 menu_open || { echo "no menu after a click on the item at $ITEM_CX,$ITEM_CY"; return 1; }
     MENU_ROWS=$(menu_rows)
