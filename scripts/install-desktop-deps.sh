@@ -21,8 +21,13 @@ lxqt=(lxqt-panel openbox)
 # ---- end of X11 hosts ----
 
 # ---- Wayland hosts ----
-gnome=()
-sway=()
+# GNOME Shell with the AppIndicator extension, XWayland for the X11 clients, python3-gi to talk
+# to the shell, iproute2 for the loopback of its own network namespace.
+gnome=(gnome-shell gnome-shell-extension-appindicator xwayland dconf-gsettings-backend
+    python3-gi iproute2)
+# sway with waybar's tray, XWayland for the X11 clients, grim for screenshots, wtype for keys,
+# setpriv and useradd to run it as a user of its own (sway refuses root).
+sway=(sway swaybg waybar xwayland grim wtype iproute2 util-linux passwd)
 # ---- end of Wayland hosts ----
 
 hosts=("$@")

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# sway 1.7 with waybar as its bar, headless: a wlroots Wayland session where Quillon runs through
+# XWayland. waybar's tray shows the item's icon (no label); a left click activates the item, a
+# right click opens its menu.
+set -uo pipefail
+HOST=sway
+source "$DESKTOP_LIB/sway_session.sh"
+sway_enter "$@"
+source "$DESKTOP_LIB/report.sh"
+source "$DESKTOP_LIB/wayland_checks.sh"
+
+# The item: what changed in the bar since before the demo ran.
+find_item() {
+    ITEM=""
+    local deadline=$(($(date +%s) + 20))
+    while [ "$(date +%s)" -lt "$deadline" ]; do
+        shot "$DESKTOP_OUT/.bar-now.png"
+        ITEM=$("${IMAGE[@]}" diff-box "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
+            "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) && break
+        ITEM=""
+        sleep 0.5
+    done
+    # Measured again once the bar has finished laying out.
+    if [ -n "$ITEM" ] && wait_still 10 "$DESKTOP_OUT/.bar-now.png"; then
+        ITEM=$("${IMAGE[@]}" diff-box "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
+            "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
+    fi
+    rm -f "$DESKTOP_OUT/.bar-now.png"
+}
+
+open_panel() {
+    click_item
+    wait_until 5 panel_shown || { echo "no panel after a click on the item at $ITEM_CX,$ITEM_CY"; return 1; }
+}
+
+check_menu() { check_menu_by_sight; }
+
+started=$(date +%s)
+sway_start || { report_status; exit; }
+BAR_EMPTY_X=$((SCREEN_W / 2)) BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
+wayland_checks
+echo "sway host done in $(($(date +%s) - started)) s" >&2
+report_status
