@@ -14,6 +14,14 @@ PanelApplication::PanelApplication(const ServicesFactory& makeServices)
       }),
       titles_(appState_, [this](const auto& claude, const auto& codex) {
           tray_.updateMenuBarTitle(claude, codex);
-      }) {}
+      }) {
+    // The menu's lines carry the reset times too, which change without the title.
+    const auto updateMenu = [this] {
+        tray_.updateMenu(appState_.claudeUsage(), appState_.codexUsage());
+    };
+    QObject::connect(&appState_, &AppState::claudeUsageChanged, &tray_, updateMenu);
+    QObject::connect(&appState_, &AppState::codexUsageChanged, &tray_, updateMenu);
+    updateMenu();
+}
 
 } // namespace quillon
