@@ -177,18 +177,7 @@ TEST_F(TrayIconTest, PublishesTheItemPropertiesWithTheProtocolsTypes) {
     EXPECT_EQ(itemValue(tray, "OverlayIconName").toString(), "");
     // Idle: the symbolic gauge by name, found through the item's own theme folder.
     EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon-symbolic");
-    EXPECT_FALSE(itemValue(tray, "IconThemePath").toString().isEmpty());
-
-    EXPECT_EQ(itemValue(tray, "IconPixmap").value<QDBusArgument>().currentSignature(), "a(iiay)");
-    EXPECT_EQ(itemValue(tray, "AttentionIconPixmap").value<QDBusArgument>().currentSignature(),
-              "a(iiay)");
-    EXPECT_EQ(itemValue(tray, "ToolTip").value<QDBusArgument>().currentSignature(), "(sa(iiay)ss)");
-    EXPECT_EQ(toolTip(tray).title, "Quillon");
-}
-
-TEST_F(TrayIconTest, TheIdleIconIsFoundByNameInTheItemsThemeFolder) {
-    ASSERT_TRUE(watcher.start());
-    TrayIcon tray(actions());
+    EXPECT_EQ(toolTip(tray).iconName, "quillon-symbolic");
     const QDir folder(itemValue(tray, "IconThemePath").toString());
     for (const char* file :
          {"hicolor/scalable/apps/quillon-symbolic.svg", "quillon-symbolic.svg"}) {
@@ -196,7 +185,12 @@ TEST_F(TrayIconTest, TheIdleIconIsFoundByNameInTheItemsThemeFolder) {
         ASSERT_TRUE(svg.open(QIODevice::ReadOnly)) << file;
         EXPECT_TRUE(svg.readAll().contains("ColorScheme-Text")) << file;
     }
-    EXPECT_EQ(toolTip(tray).iconName, "quillon-symbolic");
+
+    EXPECT_EQ(itemValue(tray, "IconPixmap").value<QDBusArgument>().currentSignature(), "a(iiay)");
+    EXPECT_EQ(itemValue(tray, "AttentionIconPixmap").value<QDBusArgument>().currentSignature(),
+              "a(iiay)");
+    EXPECT_EQ(itemValue(tray, "ToolTip").value<QDBusArgument>().currentSignature(), "(sa(iiay)ss)");
+    EXPECT_EQ(toolTip(tray).title, "Quillon");
 }
 
 TEST_F(TrayIconTest, IdlePixmapsAreTheGreyGaugeInTheBarSizes) {
@@ -206,7 +200,6 @@ TEST_F(TrayIconTest, IdlePixmapsAreTheGreyGaugeInTheBarSizes) {
     itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
     QList<int> sides;
     for (const auto& pixmap : pixmaps) {
-        EXPECT_EQ(pixmap.width, pixmap.height);
         EXPECT_EQ(pixmap.bytes.size(), pixmap.width * pixmap.height * 4);
         sides.append(pixmap.width);
     }
@@ -230,10 +223,9 @@ TEST_F(TrayIconTest, FiguresReplaceTheIdleIconAndGoBackWhenBothAreAbsent) {
     SniIconPixmaps pixmaps;
     itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
     ASSERT_FALSE(pixmaps.isEmpty());
-    const auto& smallest = pixmaps.front();
-    ASSERT_EQ(smallest.width, 16);
-    QImage drawn = trayFiguresImage(TrayFigures{42, 17}, 16);
-    EXPECT_EQ(toSniIconPixmap(drawn).bytes, smallest.bytes);
+    ASSERT_EQ(pixmaps.front().width, 16);
+    EXPECT_EQ(toSniIconPixmap(trayFiguresImage(TrayFigures{42, 17}, 16)).bytes,
+              pixmaps.front().bytes);
 
     tray.updateMenuBarTitle(std::nullopt, std::nullopt);
     ASSERT_TRUE(waitUntil([&] { return icons.messages.size() == 2; }));
@@ -430,7 +422,6 @@ TEST_F(TrayIconTest, WithoutAWatcherTheSystemTrayIconIsUsed) {
     tray.updateMenuBarTitle(usage(Provider::claude, 42), usage(Provider::codex, 17));
     EXPECT_EQ(icon->toolTip(), "C:42% X:17%");
     EXPECT_EQ(tray.title(), " C:42% X:17%");
-    // The same figures as the item's pictures.
     EXPECT_NE(icon->icon().cacheKey(), idleKey);
     EXPECT_EQ(icon->icon().pixmap(22, 22).toImage().convertToFormat(QImage::Format_ARGB32),
               trayFiguresImage(TrayFigures{42, 17}, 22).convertToFormat(QImage::Format_ARGB32));
