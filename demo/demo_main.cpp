@@ -20,10 +20,10 @@
 #include <QFile>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QScreen>
 #include <QTemporaryDir>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -119,10 +119,14 @@ int writeScreenshots(PanelWindow& panel, const QString& folder) {
     QDir().mkpath(folder);
     QQuickWindow* window = panel.window();
     settle(800); // the bars' 0.3 s animation
-    const QRect area = panel.panelGeometry().translated(-window->position());
+    // The panel with as much of its shadow as the window has.
+    const int shadow = std::min(panel.currentMargin(), 20);
+    const QRect area = panel.panelGeometry()
+                           .translated(-window->position())
+                           .adjusted(-shadow, -shadow, shadow, shadow);
     const auto save = [&](const QString& name) {
         const QString file = QDir(folder).filePath(name);
-        const bool saved = window->grabWindow().copy(area.adjusted(-20, -20, 20, 20)).save(file);
+        const bool saved = window->grabWindow().copy(area).save(file);
         std::cout << (saved ? "wrote " : "could not write ") << file.toStdString() << '\n';
         return saved;
     };
@@ -171,8 +175,9 @@ int main(int argc, char** argv) {
     if (options.cycles > 0) {
         return runCycles(state, options.cycles);
     }
-    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
-    parts.panel().showAt(QPoint(screen.center().x(), screen.top()));
+    // Where a click on the item opens it when nothing better is known: under the middle of the
+    // bar's edge.
+    parts.panel().showAt(parts.tray().anchor().barEdge());
     if (!options.screenshots.isEmpty()) {
         return writeScreenshots(parts.panel(), options.screenshots);
     }

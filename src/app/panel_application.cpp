@@ -1,7 +1,6 @@
 #include "app/panel_application.h"
 
 #include <QApplication>
-#include <QCursor>
 
 namespace quillon {
 
@@ -15,6 +14,15 @@ PanelApplication::PanelApplication(const ServicesFactory& makeServices)
       }),
       titles_(appState_, [this](const auto& claude,
                                 const auto& codex) { tray_.updateMenuBarTitle(claude, codex); }),
-      bus_(appState_, [this] { panel_.showAt(QCursor::pos()); }) {}
+      // A request over the bus carries no point, as a command from the menu does not.
+      bus_(appState_, [this] { panel_.showAt(tray_.anchor().forMenu()); }) {
+    // The menu's lines carry the reset times too, which change without the title.
+    const auto updateMenu = [this] {
+        tray_.updateMenu(appState_.claudeUsage(), appState_.codexUsage());
+    };
+    QObject::connect(&appState_, &AppState::claudeUsageChanged, &tray_, updateMenu);
+    QObject::connect(&appState_, &AppState::codexUsageChanged, &tray_, updateMenu);
+    updateMenu();
+}
 
 } // namespace quillon

@@ -6,10 +6,12 @@
 #include "panel/appearance.h"
 #include "panel/panel_images.h"
 #include "panel/view_helpers.h"
+#include "panel/x11_panel_support.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
+#include <QPainterPath>
 #include <QQmlComponent>
 #include <QQmlContext>
 #include <QQmlEngine>
@@ -17,10 +19,17 @@
 #include <QScreen>
 #include <QSurfaceFormat>
 
+#include <algorithm>
+
 namespace quillon {
 namespace {
 
 const QUrl frameUrl(QStringLiteral("qrc:/views/PanelFrame.qml"));
+constexpr int cornerRadius = 10;
+// Qt's X11 window type for a utility window: kept above, out of the task bar, and, unlike a
+// Qt::Tool window, with no WM_TRANSIENT_FOR pointing at a window that is never shown, which
+// window managers reject.
+constexpr int x11UtilityWindowType = 0x20;
 
 QScreen* screenFor(QPoint anchor) {
     if (QScreen* screen = QGuiApplication::screenAt(anchor)) {
@@ -32,10 +41,7 @@ QScreen* screenFor(QPoint anchor) {
 } // namespace
 
 PanelWindow::PanelWindow(AppState& appState, AuthStore& authStore, QObject* parent)
-    : QObject(parent), appState_(appState), authStore_(authStore) {
-    grabRetry_.setInterval(20);
-    connect(&grabRetry_, &QTimer::timeout, this, &PanelWindow::tryGrabPointer);
-}
+    : QObject(parent), appState_(appState), authStore_(authStore) {}
 
 PanelWindow::~PanelWindow() {
     // The window's items refer to the engine's context; they go first.
@@ -61,7 +67,8 @@ QRect PanelWindow::panelGeometry() const {
     if (!window_) {
         return {};
     }
-    return window_->geometry().adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
+    const int margin = std::max(margin_, 0);
+    return window_->geometry().adjusted(margin, margin, -margin, -margin);
 }
 
 QQuickWindow* PanelWindow::window() {
@@ -105,9 +112,18 @@ void PanelWindow::ensureWindow() {
     format.setAlphaBufferSize(8);
     window_->setFormat(format);
     window_->setColor(Qt::transparent);
-    window_->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    window_->resize(panelWidth + 2 * shadowMargin, panelHeight + 2 * shadowMargin);
+    // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's stay-on-top
+    // flag would add a second, KDE-only state that other window managers warn about.
+    window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
+    window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
     window_->installEventFilter(this);
+
+    presses_ = std::make_unique<x11::ButtonPressMonitor>();
+    connect(presses_.get(), &x11::ButtonPressMonitor::pressed, this, [this](QPoint at) {
+        if (isVisible() && !panelGeometry().contains(at)) {
+            hideOnOutsideClick();
+        }
+    });
 
     connect(window_.get(), &QWindow::activeChanged, this, [this] {
         if (window_->isActive()) {
@@ -134,23 +150,41 @@ void PanelWindow::toggleAt(QPoint anchor) {
 
 void PanelWindow::showAt(QPoint anchor) {
     ensureWindow();
+    // Without a compositor transparent pixels show black: the window is then the panel alone,
+    // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
+    const int margin = x11::compositorRunning() ? shadowMargin : 0;
+    applyMargin(margin);
     const QScreen* screen = screenFor(anchor);
     const QRect panel = placement(anchor, screen->geometry(), screen->availableGeometry());
-    const QRect frame = panel.adjusted(-shadowMargin, -shadowMargin, shadowMargin, shadowMargin);
-    window_->setGeometry(frame);
+    window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
+    x11::preparePanelWindow(*window_, margin);
     wasActive_ = false;
     window_->show();
     window_->raise();
     window_->requestActivate();
-    grabAttempts_ = 0;
-    tryGrabPointer();
+    presses_->setActive(true);
+}
+
+void PanelWindow::applyMargin(int margin) {
+    if (margin == margin_) {
+        return;
+    }
+    margin_ = margin;
+    window_->setProperty("shadowMargin", margin);
+    if (margin > 0) {
+        window_->setMask(QRegion());
+        return;
+    }
+    QPainterPath rounded;
+    rounded.addRoundedRect(QRectF(0, 0, panelWidth, panelHeight), cornerRadius, cornerRadius);
+    window_->setMask(QRegion(rounded.toFillPolygon().toPolygon()));
 }
 
 void PanelWindow::hide() {
     if (!window_) {
         return;
     }
-    releasePointer();
+    presses_->setActive(false);
     wasActive_ = false;
     window_->hide();
 }
@@ -164,42 +198,16 @@ void PanelWindow::hideOnOutsideClick() {
     hide();
 }
 
-void PanelWindow::tryGrabPointer() {
-    // Without a window manager nothing takes the focus away on a click elsewhere, so the panel
-    // holds the pointer as a popup menu does and sees that click itself. Where the grab is
-    // refused (another program holds it), losing the focus still hides the panel.
-    if (!isVisible() || pointerGrabbed_) {
-        grabRetry_.stop();
-        return;
-    }
-    if (window_->isExposed() && window_->setMouseGrabEnabled(true)) {
-        pointerGrabbed_ = true;
-        grabRetry_.stop();
-        return;
-    }
-    if (++grabAttempts_ > 50) {
-        grabRetry_.stop();
-        return;
-    }
-    grabRetry_.start();
-}
-
-void PanelWindow::releasePointer() {
-    grabRetry_.stop();
-    if (pointerGrabbed_ && window_) {
-        window_->setMouseGrabEnabled(false);
-    }
-    pointerGrabbed_ = false;
-}
-
 bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
     if (watched != window_.get()) {
         return false;
     }
     switch (event->type()) {
     case QEvent::MouseButtonPress: {
+        // A press on the shadow, which is part of the window, is a press beside the panel.
         const auto* press = static_cast<QMouseEvent*>(event);
-        const QRect inside(shadowMargin, shadowMargin, panelWidth, panelHeight);
+        const int margin = std::max(margin_, 0);
+        const QRect inside(margin, margin, panelWidth, panelHeight);
         if (!inside.contains(press->position().toPoint())) {
             hideOnOutsideClick();
             return true;
@@ -210,11 +218,6 @@ bool PanelWindow::eventFilter(QObject* watched, QEvent* event) {
         if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape) {
             hide();
             return true;
-        }
-        break;
-    case QEvent::Expose:
-        if (!pointerGrabbed_ && isVisible()) {
-            grabRetry_.start(0);
         }
         break;
     default:

@@ -4,7 +4,6 @@
 #include <QObject>
 #include <QPoint>
 #include <QRect>
-#include <QTimer>
 
 #include <memory>
 
@@ -12,14 +11,20 @@ class QQmlEngine;
 class QQuickWindow;
 
 namespace quillon {
+namespace x11 {
+class ButtonPressMonitor;
+}
 
 class AppState;
 class AuthStore;
 
 // The floating panel that the tray item opens: a frameless, always-on-top window that hosts the
-// dashboard, placed under (or above) the click that opened it and hidden again by any click
-// outside it. The QML engine and the window are built on first use, so a program whose panel is
-// never opened carries neither.
+// dashboard, placed under (or above) the item that opened it and hidden again by any click
+// outside it, a click that still reaches whatever it was meant for: the panel never grabs the
+// pointer. It notices such clicks by losing activation, and, on X11, by watching the display's
+// button presses. The window is the 360 x 500 panel itself where no compositor runs; only where
+// one does is a transparent margin for the shadow added around it. The QML engine and the window
+// are built on first use, so a program whose panel is never opened carries neither.
 class PanelWindow : public QObject {
     Q_OBJECT
 
@@ -29,7 +34,7 @@ public:
     static constexpr int panelHeight = 500;
     // Space between the panel and the bar (or the click, where no bar is known).
     static constexpr int barGap = 8;
-    // Transparent room around the panel in which its shadow is drawn.
+    // Transparent room around the panel in which its shadow is drawn, where a compositor runs.
     static constexpr int shadowMargin = 24;
     // A toggle this soon after an outside click hid the panel belongs to that same click.
     static constexpr int toggleGraceMs = 300;
@@ -53,6 +58,8 @@ public:
     static QRect placement(QPoint anchor, QRect screenGeometry, QRect availableGeometry);
     // The visible panel on screen (the window without its shadow margin).
     QRect panelGeometry() const;
+    // The transparent margin of the window as last shown: shadowMargin or 0.
+    int currentMargin() const { return margin_; }
 
 signals:
     void visibleChanged(bool visible);
@@ -63,20 +70,17 @@ protected:
 private:
     void ensureWindow();
     void hideOnOutsideClick();
-    void tryGrabPointer();
-    void releasePointer();
+    void applyMargin(int margin);
 
     AppState& appState_;
     AuthStore& authStore_;
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickWindow> window_;
+    std::unique_ptr<x11::ButtonPressMonitor> presses_;
     // Since the last hide caused by a click outside or a loss of activation.
     QElapsedTimer sinceOutsideHide_;
-    bool pointerGrabbed_ = false;
     bool wasActive_ = false;
-    // The pointer can be grabbed only once the window is mapped; retried briefly after showing.
-    QTimer grabRetry_;
-    int grabAttempts_ = 0;
+    int margin_ = -1;
 };
 
 } // namespace quillon

@@ -8,15 +8,6 @@ namespace quillon {
 
 namespace {
 
-const TrayMenuEntry* findEntry(int id) {
-    for (const auto& entry : trayMenuEntries()) {
-        if (entry.id == id) {
-            return &entry;
-        }
-    }
-    return nullptr;
-}
-
 QVariantMap filtered(QVariantMap properties, const QStringList& names) {
     if (names.isEmpty()) {
         return properties;
@@ -114,7 +105,7 @@ public slots:
         } else {
             menu_->sendErrorReply(unknownIdError, QStringLiteral("No menu item %1").arg(parentId));
         }
-        return DBusMenu::revision;
+        return menu_->revision();
     }
 
     QList<quillon::DBusMenuItemProperties> GetGroupProperties(const QList<int>& ids,
@@ -122,7 +113,7 @@ public slots:
         QList<int> wanted = ids;
         if (wanted.isEmpty()) {
             wanted.append(0);
-            for (const auto& entry : trayMenuEntries()) {
+            for (const auto& entry : menu_->entries()) {
                 wanted.append(entry.id);
             }
         }
@@ -167,10 +158,18 @@ public slots:
         return idErrors;
     }
 
-    // The menu never changes, so it never needs refreshing before it opens.
-    bool AboutToShow(int) { return false; }
+    // Every change is announced as it happens, so nothing needs refreshing before it opens.
+    bool AboutToShow(int id) {
+        if (id == 0) {
+            emit menu_->opening();
+        }
+        return false;
+    }
 
     QList<int> AboutToShowGroup(const QList<int>& ids, QList<int>& idErrors) {
+        if (ids.contains(0)) {
+            emit menu_->opening();
+        }
         for (const int id : ids) {
             if (!menu_->properties(id)) {
                 idErrors.append(id);
@@ -191,12 +190,30 @@ private:
 
 DBusMenu::DBusMenu(QDBusConnection bus, QObject* parent) : QObject(parent), bus_(std::move(bus)) {
     registerTrayDBusTypes();
-    new DBusMenuAdaptor(this);
+    adaptor_ = new DBusMenuAdaptor(this);
     published_ = bus_.registerObject(QString::fromLatin1(objectPath), this);
 }
 
 DBusMenu::~DBusMenu() {
     bus_.unregisterObject(QString::fromLatin1(objectPath));
+}
+
+const TrayMenuEntry* DBusMenu::findEntry(int id) const {
+    for (const auto& entry : entries_) {
+        if (entry.id == id) {
+            return &entry;
+        }
+    }
+    return nullptr;
+}
+
+void DBusMenu::setEntries(std::vector<TrayMenuEntry> entries) {
+    if (entries == entries_) {
+        return;
+    }
+    entries_ = std::move(entries);
+    ++revision_;
+    emit adaptor_->LayoutUpdated(revision_, 0);
 }
 
 std::optional<QVariantMap> DBusMenu::properties(int id, const QStringList& names) const {
@@ -207,11 +224,12 @@ std::optional<QVariantMap> DBusMenu::properties(int id, const QStringList& names
     if (!entry) {
         return std::nullopt;
     }
-    if (!entry->command) {
+    if (entry->isSeparator()) {
         return filtered({{QStringLiteral("type"), QStringLiteral("separator")}}, names);
     }
+    // A line of figures is shown but cannot be chosen.
     return filtered({{QStringLiteral("label"), entry->label},
-                     {QStringLiteral("enabled"), true},
+                     {QStringLiteral("enabled"), entry->command.has_value()},
                      {QStringLiteral("visible"), true}},
                     names);
 }
@@ -225,7 +243,7 @@ std::optional<DBusMenuLayoutItem> DBusMenu::layout(int id, int depth,
     DBusMenuLayoutItem item{id, *properties, {}};
     // Only the menu itself has children; depth 0 asks for the node alone.
     if (id == 0 && depth != 0) {
-        for (const auto& entry : trayMenuEntries()) {
+        for (const auto& entry : entries_) {
             item.children.append(*layout(entry.id, depth < 0 ? depth : depth - 1, names));
         }
     }

@@ -8,14 +8,16 @@
 #include <QObject>
 
 #include <optional>
+#include <vector>
 
 namespace quillon {
 
 class DBusMenuAdaptor;
 
 // The panel item's menu, exported as com.canonical.dbusmenu so that the panel draws it itself:
-// the entries of trayMenuEntries(), a fixed layout (revision 1). A click on an entry is reported
-// as `triggered` once the bus call has been answered.
+// the entries of trayMenuEntries(), whose lines of figures follow the data; every change of the
+// entries is a new layout revision, announced with LayoutUpdated. A click on a command is
+// reported as `triggered` once the bus call has been answered.
 class DBusMenu : public QObject, protected QDBusContext {
     Q_OBJECT
     // Error replies are sent through the menu, which carries the context of the call in flight.
@@ -24,7 +26,6 @@ class DBusMenu : public QObject, protected QDBusContext {
 public:
     static constexpr auto objectPath = "/MenuBar";
     static constexpr auto interfaceName = "com.canonical.dbusmenu";
-    static constexpr uint revision = 1;
 
     explicit DBusMenu(QDBusConnection bus, QObject* parent = nullptr);
     ~DBusMenu() override;
@@ -32,6 +33,12 @@ public:
     DBusMenu& operator=(const DBusMenu&) = delete;
 
     bool isPublished() const { return published_; }
+
+    // Replaces the entries; a change is a new revision, announced on the bus.
+    void setEntries(std::vector<TrayMenuEntry> entries);
+    const std::vector<TrayMenuEntry>& entries() const { return entries_; }
+    // 1 for the first layout, one more for every change.
+    uint revision() const { return revision_; }
 
     // The node `id` with its children down to `depth` levels (-1: all), keeping only the
     // properties named in `names` (empty: all). Nothing for an unknown id.
@@ -43,9 +50,16 @@ public:
 
 signals:
     void triggered(quillon::TrayCommand command);
+    // The host is about to show the menu (it asks whether the root needs refreshing).
+    void opening();
 
 private:
+    const TrayMenuEntry* findEntry(int id) const;
+
     QDBusConnection bus_;
+    DBusMenuAdaptor* adaptor_ = nullptr;
+    std::vector<TrayMenuEntry> entries_ = trayMenuEntries(std::nullopt, std::nullopt);
+    uint revision_ = 1;
     bool published_ = false;
 };
 

@@ -1,13 +1,12 @@
 #include "tray/status_notifier_item.h"
 
-#include "app/app_icon.h"
+#include "tray/symbolic_icon.h"
 
 #include <QCoreApplication>
 #include <QDBusAbstractAdaptor>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QIcon>
 
 #include <atomic>
 
@@ -17,8 +16,35 @@ namespace {
 
 constexpr auto applicationId = "quillon";
 constexpr auto title = "Quillon";
-// Picture sizes offered to panels that cannot use a themed icon.
-constexpr int pixmapSides[] = {16, 22, 24, 32, 48, 64};
+
+SniIconPixmaps toSniIconPixmaps(const QList<QImage>& images) {
+    SniIconPixmaps pixmaps;
+    for (const QImage& image : images) {
+        pixmaps.append(toSniIconPixmap(image));
+    }
+    return pixmaps;
+}
+
+const QStringList allProperties{
+    QStringLiteral("Category"),
+    QStringLiteral("Id"),
+    QStringLiteral("Title"),
+    QStringLiteral("Status"),
+    QStringLiteral("WindowId"),
+    QStringLiteral("IconThemePath"),
+    QStringLiteral("Menu"),
+    QStringLiteral("ItemIsMenu"),
+    QStringLiteral("IconName"),
+    QStringLiteral("IconPixmap"),
+    QStringLiteral("OverlayIconName"),
+    QStringLiteral("OverlayIconPixmap"),
+    QStringLiteral("AttentionIconName"),
+    QStringLiteral("AttentionIconPixmap"),
+    QStringLiteral("AttentionMovieName"),
+    QStringLiteral("ToolTip"),
+    QStringLiteral("XAyatanaLabel"),
+    QStringLiteral("XAyatanaLabelGuide"),
+};
 
 QString nextServiceName() {
     static std::atomic<int> instance{0};
@@ -95,7 +121,7 @@ class StatusNotifierItemAdaptor : public QDBusAbstractAdaptor {
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(QString Status READ status)
     Q_PROPERTY(int WindowId READ windowId)
-    Q_PROPERTY(QString IconThemePath READ emptyText)
+    Q_PROPERTY(QString IconThemePath READ iconThemePath)
     Q_PROPERTY(QDBusObjectPath Menu READ menu)
     Q_PROPERTY(bool ItemIsMenu READ itemIsMenu)
     Q_PROPERTY(QString IconName READ iconName)
@@ -124,6 +150,7 @@ public:
     QDBusObjectPath menu() const { return item_->menu(); }
     bool itemIsMenu() const { return false; }
     QString iconName() const { return item_->iconName(); }
+    QString iconThemePath() const { return item_->iconThemePath(); }
     SniIconPixmaps iconPixmap() const { return item_->iconPixmaps(); }
     SniIconPixmaps noPixmaps() const { return {}; }
     SniToolTip toolTip() const { return item_->toolTip(); }
@@ -158,13 +185,8 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const QString& menuP
                                        QObject* parent)
     : QObject(parent), bus_(std::move(bus)), serviceName_(nextServiceName()), menuPath_(menuPath) {
     registerTrayDBusTypes();
-    // A themed icon is named only when one is installed; the drawn pictures always come along.
-    if (QIcon::hasThemeIcon(QString::fromLatin1(applicationId))) {
-        iconName_ = QString::fromLatin1(applicationId);
-    }
-    for (const int side : pixmapSides) {
-        iconPixmaps_.append(toSniIconPixmap(generatePlaceholderAppIcon(side)));
-    }
+    iconThemePath_ = symbolicIconThemePath();
+    iconPixmaps_ = toSniIconPixmaps(trayIconImages(figures_));
     adaptor_ = new StatusNotifierItemAdaptor(this);
     published_ = bus_.registerObject(QString::fromLatin1(objectPath), this) &&
                  bus_.registerService(serviceName_);
@@ -175,18 +197,49 @@ StatusNotifierItem::~StatusNotifierItem() {
     bus_.unregisterService(serviceName_);
 }
 
+QString StatusNotifierItem::iconName() const {
+    return figures_.any() ? QString() : QString::fromLatin1(symbolicIconName);
+}
+
 SniToolTip StatusNotifierItem::toolTip() const {
-    return SniToolTip{iconName_, iconPixmaps_, QString::fromLatin1(title), label_};
+    // The blank that keeps the label apart from the icon has no place in a tooltip.
+    const QString text = label_.startsWith(QLatin1Char(' ')) ? label_.mid(1) : label_;
+    return SniToolTip{iconName(), iconPixmaps_, QString::fromLatin1(title), text};
 }
 
 void StatusNotifierItem::setLabel(const QString& label) {
-    if (label == label_) {
+    show(label, figures_);
+}
+
+void StatusNotifierItem::setFigures(const TrayFigures& figures) {
+    show(label_, figures);
+}
+
+void StatusNotifierItem::show(const QString& label, const TrayFigures& figures) {
+    const bool newLabel = label != label_;
+    const bool newIcon = figures != figures_;
+    if (!newLabel && !newIcon) {
         return;
     }
-    label_ = label;
-    emit adaptor_->XAyatanaNewLabel(label_, QString::fromLatin1(labelGuide));
+    QStringList changed;
+    if (newLabel) {
+        label_ = label;
+        emit adaptor_->XAyatanaNewLabel(label_, QString::fromLatin1(labelGuide));
+        changed << QStringLiteral("XAyatanaLabel");
+    }
+    if (newIcon) {
+        figures_ = figures;
+        iconPixmaps_ = toSniIconPixmaps(trayIconImages(figures_));
+        emit adaptor_->NewIcon();
+        changed << QStringLiteral("IconName") << QStringLiteral("IconPixmap");
+    }
     emit adaptor_->NewToolTip();
-    announceChanged({QStringLiteral("XAyatanaLabel"), QStringLiteral("ToolTip")});
+    changed << QStringLiteral("ToolTip");
+    announceChanged(changed);
+}
+
+void StatusNotifierItem::announceAll() {
+    announceChanged(allProperties);
 }
 
 void StatusNotifierItem::announceChanged(const QStringList& properties) {

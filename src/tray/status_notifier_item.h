@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tray/tray_dbus_types.h"
+#include "tray/tray_icon_image.h"
 
 #include <QDBusConnection>
 #include <QDBusObjectPath>
@@ -13,9 +14,11 @@ namespace quillon {
 class StatusNotifierItemAdaptor;
 
 // The application's item in the desktop panel, published on the session bus as an
-// org.kde.StatusNotifierItem: the gauge icon, the short usage text as its label (shown next to
-// the icon where the panel supports labels) and as its tooltip, and a menu exported separately.
-// Panels find it through the StatusNotifierWatcher, with which it registers on request.
+// org.kde.StatusNotifierItem: the icon (the two five-hour figures as bars, or the idle symbolic
+// gauge), the short usage text as its label (shown next to the icon where the panel supports
+// labels) and in its tooltip, and a menu exported separately. Panels find it through the
+// StatusNotifierWatcher, with which it registers on request. Every property holds a
+// well-formed value from the start: hosts read them all while the item registers.
 class StatusNotifierItem : public QObject {
     Q_OBJECT
 
@@ -39,16 +42,28 @@ public:
     // Whether the service name and the object could be published.
     bool isPublished() const { return published_; }
 
-    // The text beside the icon and in the tooltip; a change is announced on the bus.
+    // The text beside the icon, exactly as given, and in the tooltip without its leading
+    // blank; a change is announced on the bus.
     void setLabel(const QString& label);
     const QString& label() const { return label_; }
+    // The figures drawn as the icon; none: the idle gauge, named so that hosts can tint it.
+    void setFigures(const TrayFigures& figures);
+    const TrayFigures& figures() const { return figures_; }
+    // Both at once, announced together.
+    void show(const QString& label, const TrayFigures& figures);
+    // Sends every property in one PropertiesChanged, for a host that lost its copy.
+    void announceAll();
 
     // Asks the watcher (if any) to show the item; the answer arrives as registrationFinished.
     // Only the answer to the latest request is reported.
     void registerWithWatcher();
 
     // The bus-visible state, read by the adaptor.
-    QString iconName() const { return iconName_; }
+    // "quillon-symbolic" while idle; empty while figures are shown, since hosts prefer a name
+    // to the pictures.
+    QString iconName() const;
+    // Where the idle icon can be found by name, even uninstalled.
+    QString iconThemePath() const { return iconThemePath_; }
     const SniIconPixmaps& iconPixmaps() const { return iconPixmaps_; }
     SniToolTip toolTip() const;
     QDBusObjectPath menu() const { return menuPath_; }
@@ -67,7 +82,8 @@ private:
     QString serviceName_;
     QDBusObjectPath menuPath_;
     QString label_;
-    QString iconName_;
+    QString iconThemePath_;
+    TrayFigures figures_;
     SniIconPixmaps iconPixmaps_;
     StatusNotifierItemAdaptor* adaptor_ = nullptr;
     bool published_ = false;

@@ -1,48 +1,52 @@
 #include "tray/tray_icon.h"
 
-#include "app/app_icon.h"
 #include "model/menu_bar_title.h"
 #include "tray/dbus_menu.h"
 #include "tray/status_notifier_item.h"
+#include "tray/watcher_registration.h"
 
 #include <QCursor>
-#include <QDBusServiceWatcher>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
 namespace quillon {
 
-TrayIcon::TrayIcon(TrayActions actions, const QDBusConnection& bus, QObject* parent)
-    : QObject(parent), actions_(std::move(actions)), menu_(std::make_unique<DBusMenu>(bus)),
-      item_(std::make_unique<StatusNotifierItem>(bus, QString::fromLatin1(DBusMenu::objectPath))) {
-    connect(menu_.get(), &DBusMenu::triggered, this,
-            [this](TrayCommand command) { runTrayCommand(actions_, command); });
+TrayIcon::TrayIcon(TrayActions actions, const QDBusConnection& bus, ItemAnchor anchor,
+                   QObject* parent)
+    : QObject(parent), actions_(std::move(actions)), anchor_(std::move(anchor)),
+      menu_(std::make_unique<DBusMenu>(bus)),
+      item_(std::make_unique<StatusNotifierItem>(bus, QString::fromLatin1(DBusMenu::objectPath))),
+      registration_(std::make_unique<WatcherRegistration>(bus, *item_)) {
+    connect(menu_.get(), &DBusMenu::triggered, this, &TrayIcon::run);
+    connect(menu_.get(), &DBusMenu::opening, this, [this] { anchor_.noteMenuOpened(); });
     connect(item_.get(), &StatusNotifierItem::activated, this, [this](QPoint point) {
-        // Some panels send no position; the pointer is where the click happened.
         if (actions_.togglePanel) {
-            actions_.togglePanel(point.isNull() ? QCursor::pos() : point);
+            actions_.togglePanel(anchor_.forClick(point));
         }
     });
-    connect(item_.get(), &StatusNotifierItem::contextMenuRequested, this,
-            [this](QPoint point) { contextMenu().popup(point.isNull() ? QCursor::pos() : point); });
-    connect(item_.get(), &StatusNotifierItem::registrationFinished, this, [this](bool registered) {
-        if (registered) {
-            setMode(Mode::statusNotifierItem);
-        } else {
+    connect(item_.get(), &StatusNotifierItem::contextMenuRequested, this, [this](QPoint point) {
+        const QPoint at = anchor_.forClick(point);
+        contextMenu().popup(at);
+    });
+    connect(registration_.get(), &WatcherRegistration::registered, this, [this] {
+        fallbackDelay_.stop();
+        setMode(Mode::statusNotifierItem);
+    });
+    // A host that restarts (GNOME switches its extension off and on at every screen lock) is
+    // back within moments; the plain icon waits that long, so it does not flash up meanwhile.
+    // It also keeps Qt's tray code from looking for a watcher while one is just returning:
+    // it would then publish a second item of its own.
+    fallbackDelay_.setSingleShot(true);
+    fallbackDelay_.setInterval(fallbackDelayMs);
+    connect(&fallbackDelay_, &QTimer::timeout, this, [this] {
+        if (!registration_->isRegistered()) {
             showFallback();
         }
     });
-
-    // Watch first, then ask: a watcher that starts in between is not missed.
-    watcher_ = new QDBusServiceWatcher(QString::fromLatin1(StatusNotifierItem::watcherService), bus,
-                                       QDBusServiceWatcher::WatchForRegistration |
-                                           QDBusServiceWatcher::WatchForUnregistration,
-                                       this);
-    connect(watcher_, &QDBusServiceWatcher::serviceRegistered, this,
-            [this] { item_->registerWithWatcher(); });
-    connect(watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { showFallback(); });
-    item_->registerWithWatcher();
+    connect(registration_.get(), &WatcherRegistration::unavailable, this,
+            [this] { fallbackDelay_.start(); });
+    registration_->start();
 }
 
 TrayIcon::~TrayIcon() = default;
@@ -50,10 +54,30 @@ TrayIcon::~TrayIcon() = default;
 void TrayIcon::updateMenuBarTitle(const std::optional<UsageData>& claude,
                                   const std::optional<UsageData>& codex) {
     title_ = QString::fromStdString(menuBarTitle(claude, codex));
-    item_->setLabel(title_);
+    figures_ = trayFigures(claude, codex);
+    item_->show(title_, figures_);
     if (fallback_) {
-        fallback_->setToolTip(title_);
+        fallback_->setToolTip(item_->toolTip().text);
+        fallback_->setIcon(trayIcon(figures_));
     }
+}
+
+void TrayIcon::updateMenu(const std::optional<UsageData>& claude,
+                          const std::optional<UsageData>& codex) {
+    auto entries = trayMenuEntries(claude, codex);
+    if (entries == menu_->entries()) {
+        return;
+    }
+    menu_->setEntries(entries);
+    if (contextMenu_) {
+        fillTrayContextMenu(*contextMenu_, menu_->entries(),
+                            [this](TrayCommand command) { run(command); });
+    }
+}
+
+void TrayIcon::run(TrayCommand command) {
+    runTrayCommand(actions_, command,
+                   command == TrayCommand::openPanel ? anchor_.forMenu() : QPoint());
 }
 
 void TrayIcon::setMode(Mode mode) {
@@ -74,23 +98,28 @@ void TrayIcon::showFallback() {
         return;
     }
     if (!fallback_) {
-        fallback_ = std::make_unique<QSystemTrayIcon>(appIcon());
+        fallback_ = std::make_unique<QSystemTrayIcon>(trayIcon(figures_));
         fallback_->setContextMenu(&contextMenu());
         connect(fallback_.get(), &QSystemTrayIcon::activated, this,
                 [this](QSystemTrayIcon::ActivationReason reason) {
                     if (reason == QSystemTrayIcon::Trigger && actions_.togglePanel) {
-                        actions_.togglePanel(QCursor::pos());
+                        // An XEmbed tray reports no point; the pointer is on the icon.
+                        actions_.togglePanel(anchor_.forClick(QCursor::pos()));
                     }
                 });
     }
-    fallback_->setToolTip(title_);
+    fallback_->setToolTip(item_->toolTip().text);
     fallback_->show();
     setMode(Mode::fallback);
 }
 
 QMenu& TrayIcon::contextMenu() {
     if (!contextMenu_) {
-        contextMenu_ = buildTrayContextMenu(actions_);
+        contextMenu_ = std::make_unique<QMenu>();
+        connect(contextMenu_.get(), &QMenu::aboutToShow, this,
+                [this] { anchor_.noteMenuOpened(); });
+        fillTrayContextMenu(*contextMenu_, menu_->entries(),
+                            [this](TrayCommand command) { run(command); });
     }
     return *contextMenu_;
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "model/usage_data.h"
+
 #include <QPoint>
 #include <QString>
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <vector>
 
@@ -24,20 +25,33 @@ struct TrayActions {
 
 enum class TrayCommand { openPanel, refresh, quit };
 
-// One entry of the item's menu; an entry without a command is a separator.
+// One entry of the item's menu: a command, a line of figures (a label without a command), or a
+// separator (neither).
 struct TrayMenuEntry {
     int id = 0;
     std::optional<TrayCommand> command;
     QString label;
+
+    bool isSeparator() const { return !command && label.isEmpty(); }
+    bool isFigures() const { return !command && !label.isEmpty(); }
+    bool operator==(const TrayMenuEntry&) const = default;
 };
 
-// "Open Quillon", "Refresh Usage", a separator, "Quit"; ids from 1 up (0 is the menu itself).
-const std::vector<TrayMenuEntry>& trayMenuEntries();
+// The line of one provider's figures: its name, two blanks, the five-hour percent, " · " and
+// the five-hour reset, "Claude  42% · Resets in 2h 05m".
+QString providerMenuRow(const UsageData& usage);
 
-// Carries out one menu command; "Open Quillon" opens the panel at the mouse pointer.
-void runTrayCommand(const TrayActions& actions, TrayCommand command);
+// One line per provider with figures (Claude first; ids 11 and 12), then "Open Quillon",
+// "Refresh Usage", a separator and "Quit" (ids 1 to 4; 0 is the menu itself).
+std::vector<TrayMenuEntry> trayMenuEntries(const std::optional<UsageData>& claude,
+                                           const std::optional<UsageData>& codex);
 
-// The same entries as a context menu for the panels that draw menus themselves.
-std::unique_ptr<QMenu> buildTrayContextMenu(const TrayActions& actions);
+// Carries out one menu command; "Open Quillon" opens the panel for `anchor`.
+void runTrayCommand(const TrayActions& actions, TrayCommand command, QPoint anchor);
+
+// Puts the entries into a context menu for the panels that draw menus themselves; the commands
+// go to `run`. Entries already in the menu are replaced.
+void fillTrayContextMenu(QMenu& menu, const std::vector<TrayMenuEntry>& entries,
+                         const std::function<void(TrayCommand)>& run);
 
 } // namespace quillon

@@ -124,13 +124,14 @@ protected:
         return tip;
     }
 
-    // Waits for the label a panel host reads over the bus, then checks it and the tooltip.
+    // Waits for the label a panel host reads over the bus, then checks it and the tooltip (the
+    // title without the blank that keeps it apart from the icon).
     void expectShown(const QString& title) {
         waitUntil([&] { return label() == title; }, deadlineMs);
         EXPECT_EQ(label().toStdString(), title.toStdString());
         const SniToolTip tip = toolTip();
         EXPECT_EQ(tip.title.toStdString(), "Quillon");
-        EXPECT_EQ(tip.text.toStdString(), title.toStdString());
+        EXPECT_EQ(tip.text.toStdString(), title.trimmed().toStdString());
     }
 
     // The bodies of the notifications received since the last call, once `count` have come;

@@ -1,8 +1,14 @@
 #include "panel_fixture.h"
 
 #include <QProcess>
+#include <QRasterWindow>
 #include <QScreen>
 #include <QWindow>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
 
 namespace quillon {
 namespace {
@@ -19,6 +25,58 @@ void xdotoolClick(QPoint at) {
     ASSERT_TRUE(xdotool.waitForFinished(5000));
     ASSERT_EQ(xdotool.exitCode(), 0);
 }
+
+// What xprop says of the window's properties.
+QString xprop(const QWindow& window) {
+    QProcess process;
+    process.start(QStringLiteral("xprop"),
+                  {QStringLiteral("-id"), QString::number(window.winId()),
+                   QStringLiteral("_NET_WM_STATE"), QStringLiteral("_NET_WM_WINDOW_TYPE"),
+                   QStringLiteral("WM_TRANSIENT_FOR"), QStringLiteral("_GTK_FRAME_EXTENTS")});
+    EXPECT_TRUE(process.waitForFinished(5000));
+    return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+
+// Stands in for a compositing manager: owns its selection on the display while it lives.
+class FakeCompositor {
+public:
+    FakeCompositor() : connection_(xcb_connect(nullptr, nullptr)) {
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
+        const xcb_window_t window = xcb_generate_id(connection_);
+        xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 1, 1, 0,
+                          XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        const char* name = "_NET_WM_CM_S0";
+        auto* reply = xcb_intern_atom_reply(
+            connection_,
+            xcb_intern_atom(connection_, 0, static_cast<uint16_t>(std::strlen(name)), name),
+            nullptr);
+        xcb_set_selection_owner(connection_, window, reply->atom, XCB_CURRENT_TIME);
+        std::free(reply);
+        sync();
+    }
+    ~FakeCompositor() { xcb_disconnect(connection_); }
+    FakeCompositor(const FakeCompositor&) = delete;
+    FakeCompositor& operator=(const FakeCompositor&) = delete;
+
+private:
+    void sync() {
+        std::free(
+            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+    }
+    xcb_connection_t* connection_;
+};
+
+// A plain window that counts the presses it receives.
+class PressCounter : public QRasterWindow {
+public:
+    int presses = 0;
+
+protected:
+    void mousePressEvent(QMouseEvent*) override { ++presses; }
+    void paintEvent(QPaintEvent*) override {
+        QPainter(this).fillRect(QRect(QPoint(), size()), Qt::darkCyan);
+    }
+};
 
 class PanelWindowTest : public PanelTest {
 protected:
@@ -70,15 +128,63 @@ TEST_F(PanelWindowTest, NoWindowUntilThePanelIsFirstShown) {
     EXPECT_FALSE(panel->isVisible());
 }
 
-TEST_F(PanelWindowTest, IsAFramelessAlwaysOnTopToolWindowOutOfTheTaskBar) {
+TEST_F(PanelWindowTest, IsAFramelessUtilityWindowAboveOthersAndOutOfTaskBarsAndPagers) {
     start();
     QQuickWindow* window = panel->window();
-    EXPECT_EQ(window->flags() & Qt::WindowType_Mask, Qt::Tool);
     EXPECT_TRUE(window->flags().testFlag(Qt::FramelessWindowHint));
-    EXPECT_TRUE(window->flags().testFlag(Qt::WindowStaysOnTopHint));
     EXPECT_EQ(window->color().alpha(), 0);
     EXPECT_EQ(window->format().alphaBufferSize(), 8);
     EXPECT_EQ(window->rendererInterface()->graphicsApi(), QSGRendererInterface::Software);
+    panel->toggleAt(QPoint(960, 10));
+    ASSERT_TRUE(waitShown(true));
+    const QString properties = xprop(*window);
+    EXPECT_TRUE(properties.contains(QStringLiteral("_NET_WM_STATE_ABOVE")))
+        << properties.toStdString();
+    EXPECT_TRUE(properties.contains(QStringLiteral("_NET_WM_STATE_SKIP_TASKBAR")));
+    EXPECT_TRUE(properties.contains(QStringLiteral("_NET_WM_STATE_SKIP_PAGER")));
+    EXPECT_TRUE(properties.contains(QStringLiteral("_NET_WM_WINDOW_TYPE_UTILITY")));
+    // Neither the KDE-only state nor a transient parent that is never shown: window managers
+    // warn about both.
+    EXPECT_FALSE(properties.contains(QStringLiteral("STAYS_ON_TOP")));
+    EXPECT_TRUE(properties.contains(QStringLiteral("WM_TRANSIENT_FOR:  not found")));
+}
+
+TEST_F(PanelWindowTest, WithoutACompositorTheWindowIsThePanelAloneWithRoundedCorners) {
+    start();
+    panel->toggleAt(QPoint(960, 10));
+    ASSERT_TRUE(waitShown(true));
+    QQuickWindow* window = panel->window();
+    EXPECT_EQ(window->geometry(), panel->panelGeometry());
+    EXPECT_EQ(window->geometry().size(), QSize(360, 500));
+    EXPECT_EQ(panel->currentMargin(), 0);
+    // The corners are cut away, the middle kept.
+    const QRegion shape = window->mask();
+    EXPECT_FALSE(shape.contains(QPoint(0, 0)));
+    EXPECT_FALSE(shape.contains(QPoint(359, 499)));
+    EXPECT_TRUE(shape.contains(QPoint(180, 250)));
+    EXPECT_TRUE(shape.contains(QPoint(180, 0)));
+    EXPECT_FALSE(xprop(*window).contains(QStringLiteral("_GTK_FRAME_EXTENTS(CARDINAL)")));
+    test::spin(300);
+    ASSERT_TRUE(QDir().mkpath(QStringLiteral(QUILLON_SCREENSHOT_DIR)));
+    EXPECT_TRUE(QGuiApplication::primaryScreen()
+                    ->grabWindow(0, 780 - 10, 0, 360 + 20, 520)
+                    .save(QStringLiteral(QUILLON_SCREENSHOT_DIR "/panel-no-compositor.png")));
+}
+
+TEST_F(PanelWindowTest, WithACompositorTheShadowMarginIsTheWindowsOwnAndNotPlaced) {
+    start();
+    const FakeCompositor compositor;
+    panel->toggleAt(QPoint(960, 10));
+    ASSERT_TRUE(waitShown(true));
+    QQuickWindow* window = panel->window();
+    EXPECT_EQ(panel->currentMargin(), PanelWindow::shadowMargin);
+    // The visible panel is where it would be without the margin.
+    EXPECT_EQ(panel->panelGeometry(), QRect(960 - 180, 18, 360, 500));
+    EXPECT_EQ(window->geometry().size(), QSize(408, 548));
+    EXPECT_TRUE(window->mask().isEmpty());
+    EXPECT_TRUE(
+        xprop(*window).contains(QStringLiteral("_GTK_FRAME_EXTENTS(CARDINAL) = 24, 24, 24, 24")));
+    EXPECT_EQ(window->property("shadowMargin").toInt(), 24);
 }
 
 TEST_F(PanelWindowTest, ToggleNearTheTopLeftLeavesTheLeftEdgeOffScreen) {
@@ -127,7 +233,25 @@ TEST_F(PanelWindowTest, ClickInsideKeepsItOpen) {
     EXPECT_TRUE(panel->isVisible());
 }
 
-TEST_F(PanelWindowTest, ClickOnTheShadowCountsAsOutside) {
+TEST_F(PanelWindowTest, OutsideClickStillReachesTheWindowUnderIt) {
+    start();
+    PressCounter other;
+    // A window that never takes the focus, like a desktop or a top bar: the panel does not lose
+    // activation, only the press itself can tell.
+    other.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
+    other.setGeometry(100, 600, 200, 200);
+    other.show();
+    ASSERT_TRUE(test::waitUntil([&] { return other.isExposed(); }));
+    panel->toggleAt(QPoint(960, 10));
+    ASSERT_TRUE(waitShown(true));
+    test::spin(200);
+    xdotoolClick(QPoint(200, 700));
+    ASSERT_TRUE(waitShown(false));
+    // No grab swallowed it: the click arrived where it was aimed.
+    ASSERT_TRUE(test::waitUntil([&] { return other.presses == 1; }));
+}
+
+TEST_F(PanelWindowTest, ClickJustBesideThePanelCountsAsOutside) {
     start();
     panel->toggleAt(QPoint(960, 10));
     ASSERT_TRUE(waitShown(true));

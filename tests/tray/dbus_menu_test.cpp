@@ -5,8 +5,10 @@
 #include "tray/tray_icon.h"
 #include "tray/tray_test_bus.h"
 
+#include <QCursor>
 #include <QDBusArgument>
 #include <QDBusVariant>
+#include <QMenu>
 
 #include <gtest/gtest.h>
 
@@ -36,7 +38,7 @@ protected:
     DBusMenuLayoutItem layout(int parent, int depth, const QStringList& names = {}) {
         const auto reply = call("GetLayout", {parent, depth, names});
         EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
-        EXPECT_EQ(reply.arguments().value(0).toUInt(), DBusMenu::revision);
+        revision = reply.arguments().value(0).toUInt();
         EXPECT_EQ(reply.signature(), "u(ia{sv}av)");
         DBusMenuLayoutItem item;
         reply.arguments().value(1).value<QDBusArgument>() >> item;
@@ -48,6 +50,7 @@ protected:
     }
 
     QDBusConnection client = test::otherBusConnection(QStringLiteral("menu-test-client"));
+    uint revision = 0;
     std::vector<QPoint> shows;
     int refreshes = 0;
     int quits = 0;
@@ -62,6 +65,7 @@ protected:
 TEST_F(DBusMenuTest, LayoutHasTheThreeEntriesAndASeparator) {
     TrayIcon tray(actions);
     const auto root = layout(0, -1);
+    EXPECT_EQ(revision, 1u);
     EXPECT_EQ(root.id, 0);
     EXPECT_EQ(root.properties.value(QStringLiteral("children-display")).toString(), "submenu");
     ASSERT_EQ(root.children.size(), 4);
@@ -203,6 +207,75 @@ TEST_F(DBusMenuTest, MenuPropertiesOfTheProtocol) {
     EXPECT_EQ(get("TextDirection").toString(), "ltr");
     EXPECT_EQ(get("Status").toString(), "normal");
     EXPECT_EQ(get("IconThemePath").toStringList(), QStringList());
+}
+
+TEST_F(DBusMenuTest, ALinePerProviderWithFiguresComesFirstAndFollowsTheData) {
+    TrayIcon tray(actions);
+    test::SignalRecorder updates;
+    ASSERT_TRUE(client.connect(QDBusConnection::sessionBus().baseService(),
+                               QStringLiteral("/MenuBar"), QStringLiteral("com.canonical.dbusmenu"),
+                               QStringLiteral("LayoutUpdated"), &updates,
+                               SLOT(record(QDBusMessage))));
+    UsageData claude;
+    claude.provider = Provider::claude;
+    claude.fiveHour.percent = 42;
+    claude.fiveHour.resetLabel = "in 2h 05m";
+    UsageData codex;
+    codex.provider = Provider::codex;
+    codex.fiveHour.percent = 17;
+    codex.fiveHour.resetLabel = "in 3h 10m";
+    tray.updateMenu(claude, codex);
+    ASSERT_TRUE(waitUntil([&] { return updates.messages.size() == 1; }));
+    EXPECT_EQ(updates.messages.front().arguments(), (QVariantList{2u, 0}));
+
+    auto root = layout(0, -1);
+    EXPECT_EQ(revision, 2u);
+    ASSERT_EQ(root.children.size(), 6);
+    const auto label = [&](int i) {
+        return root.children[i].properties.value(QStringLiteral("label")).toString();
+    };
+    EXPECT_EQ(label(0), QString::fromUtf8("Claude  42% \u00b7 Resets in 2h 05m"));
+    EXPECT_EQ(label(1), QString::fromUtf8("Codex  17% \u00b7 Resets in 3h 10m"));
+    EXPECT_EQ(label(2), "Open Quillon");
+    EXPECT_EQ(label(5), "Quit");
+    // The lines show figures; they cannot be chosen, and choosing one anyway does nothing.
+    EXPECT_FALSE(root.children[0].properties.value(QStringLiteral("enabled")).toBool());
+    EXPECT_TRUE(root.children[2].properties.value(QStringLiteral("enabled")).toBool());
+    ASSERT_EQ(call("Event", clicked(root.children[0].id)).type(), QDBusMessage::ReplyMessage);
+
+    // Only Codex left, with a new reset time: one line, a new revision.
+    codex.fiveHour.resetLabel = "in 3h 09m";
+    tray.updateMenu(std::nullopt, codex);
+    ASSERT_TRUE(waitUntil([&] { return updates.messages.size() == 2; }));
+    root = layout(0, -1);
+    EXPECT_EQ(revision, 3u);
+    ASSERT_EQ(root.children.size(), 5);
+    EXPECT_EQ(label(0), QString::fromUtf8("Codex  17% \u00b7 Resets in 3h 09m"));
+    // The same data again is no change.
+    tray.updateMenu(std::nullopt, codex);
+    test::spin(50);
+    EXPECT_EQ(updates.messages.size(), 2u);
+    EXPECT_TRUE(shows.empty());
+    EXPECT_EQ(refreshes + quits, 0);
+
+    // The context menu of hosts that ask for one shows the same lines.
+    const auto entries = tray.contextMenu().actions();
+    ASSERT_EQ(entries.size(), 5);
+    EXPECT_EQ(entries[0]->text(), QString::fromUtf8("Codex  17% \u00b7 Resets in 3h 09m"));
+    EXPECT_FALSE(entries[0]->isEnabled());
+}
+
+TEST_F(DBusMenuTest, OpenQuillonOpensThePanelWhereTheItemWasWhenTheMenuOpened) {
+    TrayIcon tray(actions);
+    QCursor::setPos(1234, 8);
+    ASSERT_TRUE(waitUntil([] { return QCursor::pos() == QPoint(1234, 8); }));
+    ASSERT_EQ(call("AboutToShow", {0}).type(), QDBusMessage::ReplyMessage);
+    // The pointer then moves onto the menu's entry.
+    QCursor::setPos(1240, 90);
+    ASSERT_TRUE(waitUntil([] { return QCursor::pos() == QPoint(1240, 90); }));
+    ASSERT_EQ(call("Event", clicked(1)).type(), QDBusMessage::ReplyMessage);
+    ASSERT_TRUE(waitUntil([&] { return shows.size() == 1; }));
+    EXPECT_EQ(shows.front(), QPoint(1234, 8));
 }
 
 } // namespace

@@ -1,24 +1,25 @@
-#include "app/app_icon.h"
 #include "app/app_state.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
-#include "support/temp_dir.h"
 #include "support/usage_builders.h"
 #include "tray/status_notifier_item.h"
 #include "tray/title_subscription.h"
 #include "tray/tray_icon.h"
+#include "tray/tray_icon_image.h"
 #include "tray/tray_test_bus.h"
 
+#include <QCursor>
 #include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusVariant>
+#include <QDir>
+#include <QFile>
 #include <QMenu>
 #include <QSystemTrayIcon>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <filesystem>
 #include <mutex>
 
 namespace quillon {
@@ -93,6 +94,15 @@ protected:
                                  QString::fromLatin1(name));
     }
 
+    void activate(TrayIcon& tray, int x, int y) {
+        auto call = QDBusMessage::createMethodCall(
+            tray.statusNotifierItem().serviceName(), QStringLiteral("/StatusNotifierItem"),
+            QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
+        call << x << y;
+        const auto reply = callAndWait(client, call);
+        ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    }
+
     QVariant itemValue(TrayIcon& tray, const char* name) {
         const auto reply = itemProperty(tray, name);
         EXPECT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
@@ -165,8 +175,16 @@ TEST_F(TrayIconTest, PublishesTheItemPropertiesWithTheProtocolsTypes) {
     EXPECT_EQ(itemValue(tray, "XAyatanaLabelGuide").toString(), " C:100% X:100%");
     EXPECT_EQ(itemValue(tray, "AttentionIconName").toString(), "");
     EXPECT_EQ(itemValue(tray, "OverlayIconName").toString(), "");
-    // No icon named "quillon" is installed where the tests run.
-    EXPECT_EQ(itemValue(tray, "IconName").toString(), "");
+    // Idle: the symbolic gauge by name, found through the item's own theme folder.
+    EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon-symbolic");
+    EXPECT_EQ(toolTip(tray).iconName, "quillon-symbolic");
+    const QDir folder(itemValue(tray, "IconThemePath").toString());
+    for (const char* file :
+         {"hicolor/scalable/apps/quillon-symbolic.svg", "quillon-symbolic.svg"}) {
+        QFile svg(folder.filePath(QString::fromLatin1(file)));
+        ASSERT_TRUE(svg.open(QIODevice::ReadOnly)) << file;
+        EXPECT_TRUE(svg.readAll().contains("ColorScheme-Text")) << file;
+    }
 
     EXPECT_EQ(itemValue(tray, "IconPixmap").value<QDBusArgument>().currentSignature(), "a(iiay)");
     EXPECT_EQ(itemValue(tray, "AttentionIconPixmap").value<QDBusArgument>().currentSignature(),
@@ -175,45 +193,43 @@ TEST_F(TrayIconTest, PublishesTheItemPropertiesWithTheProtocolsTypes) {
     EXPECT_EQ(toolTip(tray).title, "Quillon");
 }
 
-TEST_F(TrayIconTest, AnInstalledThemedIconIsNamed) {
-    const test::TempDir dir;
-    dir.write("icons/hicolor/index.theme", "[Icon Theme]\nName=Hicolor\nDirectories=48x48/apps\n\n"
-                                           "[48x48/apps]\nSize=48\nType=Fixed\n");
-    const auto folder = dir.path() / "icons/hicolor/48x48/apps";
-    std::filesystem::create_directories(folder);
-    ASSERT_TRUE(generatePlaceholderAppIcon(48).save(
-        QString::fromStdString((folder / "quillon.png").string()), "PNG"));
-    const QStringList oldPaths = QIcon::themeSearchPaths();
-    const QString oldTheme = QIcon::themeName();
-    QIcon::setThemeSearchPaths({QString::fromStdString((dir.path() / "icons").string())});
-    QIcon::setThemeName(QStringLiteral("hicolor"));
-
-    ASSERT_TRUE(watcher.start());
-    {
-        TrayIcon tray(actions());
-        EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon");
-        EXPECT_EQ(toolTip(tray).iconName, "quillon");
-    }
-    QIcon::setThemeSearchPaths(oldPaths);
-    QIcon::setThemeName(oldTheme);
-}
-
-TEST_F(TrayIconTest, IconPixmapsAreArgbInNetworkByteOrderInSeveralSizes) {
+TEST_F(TrayIconTest, IdlePixmapsAreTheGreyGaugeInTheBarSizes) {
     ASSERT_TRUE(watcher.start());
     TrayIcon tray(actions());
     SniIconPixmaps pixmaps;
     itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
-    ASSERT_GE(pixmaps.size(), 3);
-    const auto big = std::find_if(pixmaps.begin(), pixmaps.end(),
-                                  [](const SniIconPixmap& p) { return p.width == 64; });
-    ASSERT_NE(big, pixmaps.end());
-    ASSERT_EQ(big->height, 64);
-    ASSERT_EQ(big->bytes.size(), 64 * 64 * 4);
-    const auto pixel = [&](int x, int y) { return big->bytes.mid((y * 64 + x) * 4, 4); };
-    // A, R, G, B: the red disc just below the top edge, a transparent corner, the white hub.
-    EXPECT_EQ(pixel(32, 5), QByteArray::fromHex("ffff3b30"));
+    QList<int> sides;
+    for (const auto& pixmap : pixmaps) {
+        EXPECT_EQ(pixmap.bytes.size(), pixmap.width * pixmap.height * 4);
+        sides.append(pixmap.width);
+    }
+    EXPECT_EQ(sides, (QList<int>{16, 22, 24, 32, 48}));
+    const auto& big = pixmaps.back();
+    const auto pixel = [&](int x, int y) { return big.bytes.mid((y * 48 + x) * 4, 4); };
+    // A, R, G, B: the hub in the middle, a transparent corner.
+    EXPECT_EQ(pixel(24, 24), QByteArray::fromHex("ffbebebe"));
     EXPECT_EQ(uchar(pixel(0, 0).at(0)), 0);
-    EXPECT_EQ(pixel(32, 32), QByteArray::fromHex("ffffffff"));
+}
+
+TEST_F(TrayIconTest, FiguresReplaceTheIdleIconAndGoBackWhenBothAreAbsent) {
+    ASSERT_TRUE(watcher.start());
+    TrayIcon tray(actions());
+    test::SignalRecorder icons;
+    ASSERT_TRUE(follow(tray, "org.kde.StatusNotifierItem", "NewIcon", icons));
+    tray.updateMenuBarTitle(usage(Provider::claude, 42), usage(Provider::codex, 17));
+    ASSERT_TRUE(waitUntil([&] { return icons.messages.size() == 1; }));
+    // Hosts prefer a name to pictures: no name while the pictures carry the figures.
+    EXPECT_EQ(itemValue(tray, "IconName").toString(), "");
+    SniIconPixmaps pixmaps;
+    itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
+    ASSERT_FALSE(pixmaps.isEmpty());
+    ASSERT_EQ(pixmaps.front().width, 16);
+    EXPECT_EQ(toSniIconPixmap(trayFiguresImage(TrayFigures{42, 17}, 16)).bytes,
+              pixmaps.front().bytes);
+
+    tray.updateMenuBarTitle(std::nullopt, std::nullopt);
+    ASSERT_TRUE(waitUntil([&] { return icons.messages.size() == 2; }));
+    EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon-symbolic");
 }
 
 TEST_F(TrayIconTest, IntrospectionShowsTheProtocolsSignatures) {
@@ -253,7 +269,8 @@ TEST_F(TrayIconTest, OnlyCodexAtSevenPercentShowsXSevenPercent) {
     AppState& state = titled.state;
     refreshWith(state, std::nullopt, usage(Provider::codex, 7));
     EXPECT_EQ(itemValue(tray, "XAyatanaLabel").toString(), " X:7%");
-    EXPECT_EQ(toolTip(tray).text, " X:7%");
+    // The label keeps its leading blank; the tooltip has no icon beside its text to keep apart.
+    EXPECT_EQ(toolTip(tray).text, "X:7%");
     EXPECT_EQ(toolTip(tray).title, "Quillon");
 }
 
@@ -268,7 +285,7 @@ TEST_F(TrayIconTest, BothProvidersShowClaudeFirst) {
     ASSERT_TRUE(follow(tray, "org.freedesktop.DBus.Properties", "PropertiesChanged", changes));
     refreshWith(state, usage(Provider::claude, 42), usage(Provider::codex, 17));
     EXPECT_EQ(itemValue(tray, "XAyatanaLabel").toString(), " C:42% X:17%");
-    EXPECT_EQ(toolTip(tray).text, " C:42% X:17%");
+    EXPECT_EQ(toolTip(tray).text, "C:42% X:17%");
     ASSERT_TRUE(waitUntil([&] { return !labels.messages.empty() && !changes.messages.empty(); }));
     EXPECT_EQ(labels.messages.back().arguments(),
               (QVariantList{QStringLiteral(" C:42% X:17%"), QStringLiteral(" C:100% X:100%")}));
@@ -301,7 +318,13 @@ TEST_F(TrayIconTest, AChangeOfOnlyTheWeeklyPercentSendsNoUpdate) {
     ASSERT_EQ(labels.messages.size(), 1u);
     EXPECT_EQ(labels.messages.front().arguments().value(0).toString(), " C:1%");
     EXPECT_EQ(toolTips.messages.size(), 1u);
-    EXPECT_EQ(changes.messages.size(), 1u);
+    // Not counting the full announcements that follow a registration.
+    const auto announcements = std::count_if(
+        changes.messages.begin(), changes.messages.end(), [](const QDBusMessage& message) {
+            return qdbus_cast<QVariantMap>(message.arguments().value(1))
+                .contains(QStringLiteral("Id"));
+        });
+    EXPECT_EQ(changes.messages.size() - static_cast<std::size_t>(announcements), 1u);
 }
 
 TEST_F(TrayIconTest, ThreeChangesWithinTheDebounceGiveOneUpdateWithTheLastValues) {
@@ -347,15 +370,24 @@ TEST_F(TrayIconTest, AWatcherThatGoesAwayBringsTheFallbackBack) {
 TEST_F(TrayIconTest, ActivateOverTheBusTogglesThePanelAtThatPoint) {
     ASSERT_TRUE(watcher.start());
     TrayIcon tray(actions());
-    auto call = QDBusMessage::createMethodCall(
-        tray.statusNotifierItem().serviceName(), QStringLiteral("/StatusNotifierItem"),
-        QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
-    call << 640 << 12;
-    const auto reply = callAndWait(client, call);
-    ASSERT_EQ(reply.type(), QDBusMessage::ReplyMessage) << reply.errorMessage().toStdString();
+    // The virtual display has no bar: a point counts when the pointer, which follows clicks on
+    // X11, is there too.
+    QCursor::setPos(642, 10);
+    ASSERT_TRUE(waitUntil([] { return QCursor::pos() == QPoint(642, 10); }));
+    activate(tray, 640, 12);
     ASSERT_TRUE(waitUntil([&] { return !toggles.empty(); }));
     EXPECT_EQ(toggles, std::vector<QPoint>{QPoint(640, 12)});
     EXPECT_TRUE(shows.empty());
+}
+
+TEST_F(TrayIconTest, APlaceholderPointGivesWayToThePointer) {
+    ASSERT_TRUE(watcher.start());
+    TrayIcon tray(actions());
+    QCursor::setPos(1210, 14);
+    ASSERT_TRUE(waitUntil([] { return QCursor::pos() == QPoint(1210, 14); }));
+    activate(tray, 0, 25);
+    ASSERT_TRUE(waitUntil([&] { return !toggles.empty(); }));
+    EXPECT_EQ(toggles, std::vector<QPoint>{QPoint(1210, 14)});
 }
 
 TEST_F(TrayIconTest, OtherItemMethodsAnswerAndChangeNothing) {
@@ -386,9 +418,13 @@ TEST_F(TrayIconTest, WithoutAWatcherTheSystemTrayIconIsUsed) {
     ASSERT_NE(icon, nullptr);
     EXPECT_TRUE(icon->isVisible());
     EXPECT_FALSE(icon->icon().isNull());
+    const qint64 idleKey = icon->icon().cacheKey();
     tray.updateMenuBarTitle(usage(Provider::claude, 42), usage(Provider::codex, 17));
-    EXPECT_EQ(icon->toolTip(), " C:42% X:17%");
+    EXPECT_EQ(icon->toolTip(), "C:42% X:17%");
     EXPECT_EQ(tray.title(), " C:42% X:17%");
+    EXPECT_NE(icon->icon().cacheKey(), idleKey);
+    EXPECT_EQ(icon->icon().pixmap(22, 22).toImage().convertToFormat(QImage::Format_ARGB32),
+              trayFiguresImage(TrayFigures{42, 17}, 22).convertToFormat(QImage::Format_ARGB32));
 
     ASSERT_NE(icon->contextMenu(), nullptr);
     const auto entries = icon->contextMenu()->actions();

@@ -2,16 +2,27 @@
 
 #include "support/qt_wait.h"
 
+#include <QDBusConnectionInterface>
 #include <QDBusPendingCall>
 
 namespace quillon::test {
 
-bool FakeStatusNotifierWatcher::start() {
-    started_ =
-        bus_.registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
-                            QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
-                                QDBusConnection::ExportAllProperties) &&
-        bus_.registerService(QStringLiteral("org.kde.StatusNotifierWatcher"));
+bool FakeStatusNotifierWatcher::start(bool replace) {
+    // The object first: a call that arrives as soon as the name is taken finds it.
+    if (!bus_.registerObject(QStringLiteral("/StatusNotifierWatcher"), this,
+                             QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllSignals |
+                                 QDBusConnection::ExportAllProperties)) {
+        return false;
+    }
+    const auto reply =
+        bus_.interface()->registerService(QStringLiteral("org.kde.StatusNotifierWatcher"),
+                                          replace ? QDBusConnectionInterface::ReplaceExistingService
+                                                  : QDBusConnectionInterface::DontQueueService,
+                                          QDBusConnectionInterface::AllowReplacement);
+    started_ = reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered;
+    if (!started_) {
+        bus_.unregisterObject(QStringLiteral("/StatusNotifierWatcher"));
+    }
     return started_;
 }
 
@@ -21,6 +32,11 @@ void FakeStatusNotifierWatcher::stop() {
         bus_.unregisterObject(QStringLiteral("/StatusNotifierWatcher"));
         started_ = false;
     }
+}
+
+void FakeStatusNotifierWatcher::drop(const QString& service) {
+    registered_.removeAll(service);
+    emit StatusNotifierItemUnregistered(service);
 }
 
 void FakeStatusNotifierWatcher::RegisterStatusNotifierItem(const QString& service) {

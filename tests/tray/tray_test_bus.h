@@ -23,9 +23,13 @@ public:
     explicit FakeStatusNotifierWatcher(QDBusConnection bus) : bus_(std::move(bus)) {}
     ~FakeStatusNotifierWatcher() override { stop(); }
 
-    // Takes the watcher's name and object; false if that failed.
-    bool start();
+    // Takes the watcher's name and object; false if that failed. A watcher started with
+    // `replace` takes the name from another one that runs, as a restarted panel does: the name
+    // changes hands without ever being free.
+    bool start(bool replace = false);
     void stop();
+    // Forgets an item, as a host does that gave up on it, and says so on the bus.
+    void drop(const QString& service);
 
     QStringList registeredItems() const { return registered_; }
     bool isHostRegistered() const { return true; }

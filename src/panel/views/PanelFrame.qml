@@ -1,12 +1,14 @@
 import QtQuick
 
-// The panel's window: a transparent frame with room for the soft shadow around the rounded
-// panel that holds the dashboard.
+// The panel's window: the rounded panel that holds the dashboard, with room around it for a soft
+// shadow where a compositor can show one.
 Window {
     id: frame
     color: "transparent"
 
-    readonly property int shadowMargin: 24
+    // Set by the program: 24 where a compositor draws the shadow, 0 where the window is the
+    // panel alone.
+    property int shadowMargin: 24
     readonly property int shadowBlur: 18
     readonly property int cornerRadius: 10
 
@@ -22,6 +24,7 @@ Window {
         border.right: frame.shadowBlur + frame.cornerRadius + 1
         border.bottom: frame.shadowBlur + frame.cornerRadius + 1
         opacity: appearance.dark ? 0.7 : 0.32
+        visible: frame.shadowMargin > 0
     }
 
     Rectangle {
