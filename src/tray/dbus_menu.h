@@ -58,7 +58,7 @@ private:
 
     QDBusConnection bus_;
     DBusMenuAdaptor* adaptor_ = nullptr;
-    std::vector<TrayMenuEntry> entries_ = trayMenuEntries(std::nullopt, std::nullopt);
+    std::vector<TrayMenuEntry> entries_ = trayMenuEntries(std::nullopt, std::nullopt, Instant{});
     uint revision_ = 1;
     bool published_ = false;
 };

@@ -203,8 +203,20 @@ QString StatusNotifierItem::iconName() const {
 
 SniToolTip StatusNotifierItem::toolTip() const {
     // The blank that keeps the label apart from the icon has no place in a tooltip.
-    const QString text = label_.startsWith(QLatin1Char(' ')) ? label_.mid(1) : label_;
+    QString text = label_.startsWith(QLatin1Char(' ')) ? label_.mid(1) : label_;
+    if (!toolTipDetails_.isEmpty()) {
+        text += (text.isEmpty() ? QString() : QStringLiteral("\n")) + toolTipDetails_;
+    }
     return SniToolTip{iconName(), iconPixmaps_, QString::fromLatin1(title), text};
+}
+
+void StatusNotifierItem::setToolTipDetails(const QString& details) {
+    if (details == toolTipDetails_) {
+        return;
+    }
+    toolTipDetails_ = details;
+    emit adaptor_->NewToolTip();
+    announceChanged({QStringLiteral("ToolTip")});
 }
 
 void StatusNotifierItem::setLabel(const QString& label) {

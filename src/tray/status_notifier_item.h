@@ -51,6 +51,9 @@ public:
     const TrayFigures& figures() const { return figures_; }
     // Both at once, announced together.
     void show(const QString& label, const TrayFigures& figures);
+    // Further lines of the tooltip under the label's text (the pace of each window); a change is
+    // announced on the bus.
+    void setToolTipDetails(const QString& details);
     // Sends every property in one PropertiesChanged, for a host that lost its copy.
     void announceAll();
 
@@ -82,6 +85,7 @@ private:
     QString serviceName_;
     QDBusObjectPath menuPath_;
     QString label_;
+    QString toolTipDetails_;
     QString iconThemePath_;
     TrayFigures figures_;
     SniIconPixmaps iconPixmaps_;

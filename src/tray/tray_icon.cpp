@@ -64,7 +64,12 @@ void TrayIcon::updateMenuBarTitle(const std::optional<UsageData>& claude,
 
 void TrayIcon::updateMenu(const std::optional<UsageData>& claude,
                           const std::optional<UsageData>& codex) {
-    auto entries = trayMenuEntries(claude, codex);
+    const Instant now = std::chrono::system_clock::now();
+    item_->setToolTipDetails(paceLines(claude, codex, now));
+    if (fallback_) {
+        fallback_->setToolTip(item_->toolTip().text);
+    }
+    auto entries = trayMenuEntries(claude, codex, now);
     if (entries == menu_->entries()) {
         return;
     }

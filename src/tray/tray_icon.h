@@ -52,8 +52,8 @@ public:
     void updateMenuBarTitle(const std::optional<UsageData>& claude,
                             const std::optional<UsageData>& codex);
     const QString& title() const { return title_; }
-    // Sets the menu's lines of figures; called on every change of the data, since the reset
-    // times change without the title.
+    // Sets the menu's lines of figures and the pace in the tooltip; called on every change of
+    // the data, since the reset times change without the title.
     void updateMenu(const std::optional<UsageData>& claude, const std::optional<UsageData>& codex);
 
     Mode mode() const { return mode_; }

@@ -1,5 +1,7 @@
 #include "tray/tray_menu.h"
 
+#include "model/pace.h"
+
 #include <QMenu>
 
 namespace quillon {
@@ -17,21 +19,49 @@ QString providerName(Provider provider) {
 
 } // namespace
 
-QString providerMenuRow(const UsageData& usage) {
-    return QStringLiteral("%1  %2% \u00b7 Resets %3")
-        .arg(providerName(usage.provider))
-        .arg(usage.fiveHour.percent)
-        .arg(QString::fromStdString(usage.fiveHour.resetLabel));
+namespace {
+
+QString fiveHourPace(const UsageData& usage, Instant now) {
+    return QString::fromStdString(pacePhrase(usage.fiveHour, WindowKind::fiveHour, now));
+}
+
+} // namespace
+
+QString providerMenuRow(const UsageData& usage, Instant now) {
+    QString row =
+        QStringLiteral("%1  %2%").arg(providerName(usage.provider)).arg(usage.fiveHour.percent);
+    const QString separator = QStringLiteral(" \u00b7 ");
+    if (!usage.fiveHour.resetLabel.empty()) {
+        row += separator + QString::fromStdString(usage.fiveHour.resetLabel);
+    }
+    if (const QString pace = fiveHourPace(usage, now); !pace.isEmpty()) {
+        row += separator + pace;
+    }
+    return row;
+}
+
+QString paceLines(const std::optional<UsageData>& claude, const std::optional<UsageData>& codex,
+                  Instant now) {
+    QStringList lines;
+    for (const auto* usage : {&claude, &codex}) {
+        if (!*usage) {
+            continue;
+        }
+        if (const QString pace = fiveHourPace(**usage, now); !pace.isEmpty()) {
+            lines << QStringLiteral("%1: %2").arg(providerName((*usage)->provider), pace);
+        }
+    }
+    return lines.join(QLatin1Char('\n'));
 }
 
 std::vector<TrayMenuEntry> trayMenuEntries(const std::optional<UsageData>& claude,
-                                           const std::optional<UsageData>& codex) {
+                                           const std::optional<UsageData>& codex, Instant now) {
     std::vector<TrayMenuEntry> entries;
     if (claude) {
-        entries.push_back({11, std::nullopt, providerMenuRow(*claude)});
+        entries.push_back({11, std::nullopt, providerMenuRow(*claude, now)});
     }
     if (codex) {
-        entries.push_back({12, std::nullopt, providerMenuRow(*codex)});
+        entries.push_back({12, std::nullopt, providerMenuRow(*codex, now)});
     }
     entries.push_back({1, TrayCommand::openPanel, QStringLiteral("Open Quillon")});
     entries.push_back({2, TrayCommand::refresh, QStringLiteral("Refresh Usage")});

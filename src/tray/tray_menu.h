@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/instant.h"
 #include "model/usage_data.h"
 
 #include <QPoint>
@@ -37,14 +38,21 @@ struct TrayMenuEntry {
     bool operator==(const TrayMenuEntry&) const = default;
 };
 
-// The line of one provider's figures: its name, two blanks, the five-hour percent, " · " and
-// the five-hour reset, "Claude  42% · Resets in 2h 05m".
-QString providerMenuRow(const UsageData& usage);
+// The line of one provider's figures at `now`: its name, two blanks, the five-hour percent,
+// then " · " and the five-hour reset text where there is one, and " · " and the window's pace
+// where there is something to say: "Claude  42% · Resets in 2h 05m · at this pace 64% by the
+// reset".
+QString providerMenuRow(const UsageData& usage, Instant now);
+
+// The five-hour pace of each provider that has one, a line each ("Claude: at this pace the
+// limit is reached at 4:12 PM, 48 min before the reset"); empty when neither has one.
+QString paceLines(const std::optional<UsageData>& claude, const std::optional<UsageData>& codex,
+                  Instant now);
 
 // One line per provider with figures (Claude first; ids 11 and 12), then "Open Quillon",
 // "Refresh Usage", a separator and "Quit" (ids 1 to 4; 0 is the menu itself).
 std::vector<TrayMenuEntry> trayMenuEntries(const std::optional<UsageData>& claude,
-                                           const std::optional<UsageData>& codex);
+                                           const std::optional<UsageData>& codex, Instant now);
 
 // Carries out one menu command; "Open Quillon" opens the panel for `anchor`.
 void runTrayCommand(const TrayActions& actions, TrayCommand command, QPoint anchor);

@@ -219,11 +219,11 @@ TEST_F(DBusMenuTest, ALinePerProviderWithFiguresComesFirstAndFollowsTheData) {
     UsageData claude;
     claude.provider = Provider::claude;
     claude.fiveHour.percent = 42;
-    claude.fiveHour.resetLabel = "in 2h 05m";
+    claude.fiveHour.resetLabel = "Resets in 2h 05m";
     UsageData codex;
     codex.provider = Provider::codex;
     codex.fiveHour.percent = 17;
-    codex.fiveHour.resetLabel = "in 3h 10m";
+    codex.fiveHour.resetLabel = "Resets in 3h 10m";
     tray.updateMenu(claude, codex);
     ASSERT_TRUE(waitUntil([&] { return updates.messages.size() == 1; }));
     EXPECT_EQ(updates.messages.front().arguments(), (QVariantList{2u, 0}));
@@ -244,7 +244,7 @@ TEST_F(DBusMenuTest, ALinePerProviderWithFiguresComesFirstAndFollowsTheData) {
     ASSERT_EQ(call("Event", clicked(root.children[0].id)).type(), QDBusMessage::ReplyMessage);
 
     // Only Codex left, with a new reset time: one line, a new revision.
-    codex.fiveHour.resetLabel = "in 3h 09m";
+    codex.fiveHour.resetLabel = "Resets in 3h 09m";
     tray.updateMenu(std::nullopt, codex);
     ASSERT_TRUE(waitUntil([&] { return updates.messages.size() == 2; }));
     root = layout(0, -1);
