@@ -1,8 +1,10 @@
 // Speed and memory of reading the local Claude Code statistics from a heavy user's tree.
 //   localstats_bench [--home DIR] [Google Benchmark flags]
 // Without --home, a generated tree (over 1 GiB of session logs) is written once next to this
-// program and reused. The page cache is warm in every benchmark: the tree is read once before
-// timing starts, so the figures are those of the reader, not of the disk.
+// program and reused. With --home, any home folder is measured as it is; only the append
+// benchmark writes there, to a session log of its own that it removes again. The page cache is warm
+// in every benchmark: the tree is read once before timing starts, so the figures are those of the
+// reader, not of the disk.
 #include "local_stats_tree.h"
 
 #include "localstats/local_stats_reader.h"
@@ -64,11 +66,49 @@ void WarmUnchangedLookingAtEveryFile(benchmark::State& state) {
     }
 }
 
+// A session log of the benchmark's own, in a project folder of its own under the tree's
+// "projects", removed again at the end: the tree may be someone's real home, whose own logs are
+// never written to.
+class OwnSessionLog {
+public:
+    explicit OwnSessionLog(const fs::path& tree) {
+        const fs::path projects = tree / ".claude" / "projects";
+        std::error_code error;
+        createdProjects_ = !fs::exists(projects, error);
+        folder_ = projects / "-localstats-bench-appended";
+        fs::create_directories(folder_, error);
+        log_ = folder_ / "appended-session.jsonl";
+        std::ofstream(log_, std::ios::binary | std::ios::trunc).flush();
+        usable_ = !error && fs::exists(log_, error);
+    }
+    ~OwnSessionLog() {
+        std::error_code error;
+        fs::remove_all(folder_, error);
+        if (createdProjects_) {
+            fs::remove(folder_.parent_path(), error);
+        }
+    }
+    OwnSessionLog(const OwnSessionLog&) = delete;
+    OwnSessionLog& operator=(const OwnSessionLog&) = delete;
+
+    bool usable() const { return usable_; }
+    void append(const std::string& text) const {
+        std::ofstream(log_, std::ios::binary | std::ios::app) << text;
+    }
+
+private:
+    fs::path folder_;
+    fs::path log_;
+    bool createdProjects_ = false;
+    bool usable_ = false;
+};
+
 void WarmAfterAppendingOneMegabyte(benchmark::State& state) {
-    const fs::path log =
-        home / ".claude" / "projects" / "-home-dev-work-project100" / "session-1000.jsonl";
-    const fs::path copy = fs::temp_directory_path() / "localstats-bench-append.jsonl";
-    fs::copy_file(log, copy, fs::copy_options::overwrite_existing);
+    const OwnSessionLog log(home);
+    if (!log.usable()) {
+        state.SkipWithError("cannot write a session log of its own under the tree");
+        return;
+    }
     std::string megabyte;
     while (megabyte.size() < (1u << 20)) {
         megabyte +=
@@ -79,12 +119,10 @@ void WarmAfterAppendingOneMegabyte(benchmark::State& state) {
     reader.read(now);
     for (auto _ : state) {
         state.PauseTiming();
-        std::ofstream(log, std::ios::binary | std::ios::app) << megabyte;
+        log.append(megabyte);
         state.ResumeTiming();
         benchmark::DoNotOptimize(reader.read(now));
     }
-    fs::copy_file(copy, log, fs::copy_options::overwrite_existing);
-    fs::remove(copy);
 }
 
 long statusField(const char* name) {

@@ -1,13 +1,10 @@
 #!/usr/bin/env bash
 # Runs the whole suite of one build folder: on a virtual display, and on a throw-away session bus
 # so that no test ever reaches the user's own desktop services. Tests that need a bus of their
-# own start a private one per test case. A failed test gets one more try: under heavy load a test
-# process has, rarely, failed to connect to the virtual display at start-up; a failure that
-# repeats still fails the run, and the first failure stays in the log.
+# own start a private one per test case.
 set -euo pipefail
 build_dir=${1:?usage: run-tests.sh BUILD_DIR [ctest arguments...]}
 shift
 exec "$(dirname "$0")/with-display.sh" \
     dbus-run-session --config-file="$(dirname "$0")/../tests/support/session-bus.conf" -- \
-    ctest --test-dir "$build_dir" --output-on-failure --timeout 300 -j "$(nproc)" \
-    --repeat until-pass:2 "$@"
+    ctest --test-dir "$build_dir" --output-on-failure --timeout 300 -j "$(nproc)" "$@"

@@ -65,6 +65,53 @@ struct HistoryFile final : LineSink {
     DayCounts tail;
 };
 
+// What one session log adds for a date given as any prefix of a textual timestamp. Kept for one
+// read only: remembered sums are kept per whole day.
+struct SessionPrefixSums final : LineSink {
+    SessionPrefixSums(SessionLineReader& reader, std::string_view prefix)
+        : reader(reader), prefix(prefix) {}
+
+    void restart() override {
+        complete = {};
+        tail = {};
+    }
+    void addLines(std::string_view text) override { reader.addLines(text, prefix, complete); }
+    void setTail(std::string_view line) override {
+        tail = {};
+        if (!line.empty()) {
+            reader.addLines(line, prefix, tail);
+        }
+    }
+    PartialSums sums() const {
+        PartialSums all = complete;
+        all.append(tail);
+        return all;
+    }
+
+    SessionLineReader& reader;
+    std::string_view prefix;
+    PartialSums complete;
+    PartialSums tail;
+};
+
+// How many prompts of the history match a date given as any prefix of their timestamp.
+struct HistoryPrefixCount final : LineSink {
+    HistoryPrefixCount(HistoryLineReader& reader, std::string_view prefix)
+        : reader(reader), prefix(prefix) {}
+
+    void restart() override {
+        complete = 0;
+        tail = 0;
+    }
+    void addLines(std::string_view text) override { complete += reader.countLines(text, prefix); }
+    void setTail(std::string_view line) override { tail = reader.countLines(line, prefix); }
+
+    HistoryLineReader& reader;
+    std::string_view prefix;
+    std::int64_t complete = 0;
+    std::int64_t tail = 0;
+};
+
 // The last line of a debug log that reports the context use.
 struct DebugFile final : LineSink {
     void restart() override {

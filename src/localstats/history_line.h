@@ -37,6 +37,9 @@ public:
     std::optional<DayKey> readPadded(std::string_view line);
     // Counts every line of `text` (complete lines; jsonPadding bytes readable after the end).
     void addLines(std::string_view text, DayCounts& counts);
+    // The lines of `text` (as for addLines) whose timestamp, as text, starts with `prefix`: a
+    // numeric one in the ISO 8601 form of its instant.
+    std::int64_t countLines(std::string_view text, std::string_view prefix);
 
 private:
     struct Parsers;

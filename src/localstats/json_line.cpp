@@ -27,7 +27,7 @@ std::optional<std::int64_t> wholeNumber(double value) {
     return static_cast<std::int64_t>(value);
 }
 
-std::optional<DayKey> dayOfSeconds(double seconds) {
+std::optional<std::string> isoTextOfSeconds(double seconds) {
     using namespace std::chrono;
     // Instants count nanoseconds in 64 bits: about 292 years either side of 1970.
     constexpr double reach = 9.2e9;
@@ -35,8 +35,15 @@ std::optional<DayKey> dayOfSeconds(double seconds) {
         return std::nullopt;
     }
     const auto since = floor<nanoseconds>(duration<double>(seconds));
+    return Formatters::formatIso8601(Instant{duration_cast<Instant::duration>(since)});
+}
+
+std::optional<DayKey> dayOfSeconds(double seconds) {
+    const auto text = isoTextOfSeconds(seconds);
     DayKey day{};
-    dayKeyOf(Formatters::formatIso8601(Instant{duration_cast<Instant::duration>(since)}), day);
+    if (!text || !dayKeyOf(*text, day)) {
+        return std::nullopt;
+    }
     return day;
 }
 

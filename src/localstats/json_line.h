@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace quillon::localstats {
@@ -18,6 +19,10 @@ std::string_view withoutByteOrderMark(std::string_view line);
 // The value of a JSON number read as a double when it is a whole number that fits a signed
 // 64-bit integer: 12.0 and 1e3 are, 12.5 and 9.3e18 are not.
 std::optional<std::int64_t> wholeNumber(double value);
+
+// An instant given as seconds since 1970 (UTC) in ISO 8601 form with fractional seconds, as the
+// shared formatter writes it; nothing when no Instant can hold it.
+std::optional<std::string> isoTextOfSeconds(double seconds);
 
 // The date of an instant given as seconds since 1970 (UTC), as the first ten characters of its
 // ISO 8601 text; nothing when no Instant can hold it (it then names no day we could be in).

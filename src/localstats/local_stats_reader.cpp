@@ -25,10 +25,12 @@ using namespace localstats;
 
 namespace {
 
+// The whole day a date text names, or nothing for a text of another length: what is remembered
+// per day cannot answer for those, so they are matched against every timestamp afresh.
 std::optional<DayKey> dayOf(std::string_view todayStr) {
     DayKey day{};
     if (todayStr.size() != day.size()) {
-        return std::nullopt; // no timestamp's first ten characters can be matched in part
+        return std::nullopt;
     }
     dayKeyOf(todayStr, day);
     return day;
@@ -183,13 +185,22 @@ std::int64_t LocalStatsReader::countMessages(std::string_view todayStr) {
     HistoryFile& history = c.history;
     const auto day = dayOf(todayStr);
     const auto path = claudeDir_ / "history.jsonl";
+    if (!day) {
+        HistoryPrefixCount matching(c.historyLines, todayStr);
+        LineFileState state;
+        if (updateLineFile(path, state, matching) == LineFileUpdate::unreadable ||
+            !state.isUtf8()) {
+            return 0;
+        }
+        return matching.complete + matching.tail;
+    }
     const bool vouched = c.changes != nullptr && !c.changes->history && history.state.known;
     struct stat own {};
     if (!vouched && ::lstat(path.c_str(), &own) == 0) {
         c.check(own);
     }
     if ((!vouched && updateLineFile(path, history.state, history) == LineFileUpdate::unreadable) ||
-        !history.state.isUtf8() || !day) {
+        !history.state.isUtf8()) {
         return 0;
     }
     return history.complete.forDay(*day) + history.tail.forDay(*day);
@@ -237,8 +248,11 @@ LocalStatsReader::walkProjectDirs(const std::filesystem::path& root) {
 std::int64_t LocalStatsReader::sumTokens(std::string_view todayStr) {
     const auto candidates = walkProjectDirs(claudeDir_ / "projects");
     const auto day = dayOf(todayStr);
-    if (!candidates || !day) {
+    if (!candidates) {
         return 0;
+    }
+    if (!day) {
+        return sumTokensMatching(*candidates, todayStr);
     }
     auto& sessions = caches_->sessions;
     const std::uint64_t pass = ++caches_->sessionPass;
@@ -293,6 +307,36 @@ std::int64_t LocalStatsReader::sumTokens(std::string_view todayStr) {
         }
     }
     std::erase_if(sessions, [pass](const auto& item) { return item.second->pass != pass; });
+    return static_cast<std::int64_t>(total);
+}
+
+std::int64_t
+LocalStatsReader::sumTokensMatching(const std::vector<std::filesystem::path>& candidates,
+                                    std::string_view prefix) {
+    Caches& c = *caches_;
+    WideInt total = 0;
+    for (const auto& folder : candidates) {
+        const auto* names = c.listWatched(folder, FolderRole::sessions);
+        if (names == nullptr) {
+            continue;
+        }
+        for (const auto& name : *names) {
+            if (!name.name.ends_with(".jsonl")) {
+                continue;
+            }
+            SessionPrefixSums matching(c.sessionLines, prefix);
+            LineFileState state;
+            if (updateLineFile(folder / name.name, state, matching) == LineFileUpdate::unreadable ||
+                !state.isUtf8()) {
+                continue;
+            }
+            const PartialSums sums = matching.sums();
+            if (total + sums.highest > INT64_MAX || total + sums.lowest < INT64_MIN) {
+                fatal("integer overflow in addition");
+            }
+            total += sums.sum;
+        }
+    }
     return static_cast<std::int64_t>(total);
 }
 

@@ -37,10 +37,12 @@ public:
     // Always present. "Today" is the UTC date of `now`.
     std::optional<LocalStatsResult> read(Instant now);
 
-    // Prompts in the history whose timestamp starts with `todayStr` ("YYYY-MM-DD").
+    // Prompts in the history whose timestamp starts with `todayStr` (a plain prefix: "YYYY-MM-DD"
+    // names a day, and any other text matches as it stands).
     std::int64_t countTodayMessages(std::string_view todayStr);
-    // Tokens of the session-log lines of `todayStr` ("YYYY-MM-DD") and of those with no textual
-    // timestamp. An overflowing sum stops the program.
+    // Tokens of the session-log lines whose textual timestamp starts with `todayStr` (a plain
+    // prefix, as above) and of those with no textual timestamp. An overflowing sum stops the
+    // program.
     std::int64_t sumTodayTokens(std::string_view todayStr);
     // The folders that may hold session logs: each folder under `root` that holds a ".jsonl"
     // name, else every entry one level further down. Nothing when `root` exists but cannot be
@@ -58,6 +60,8 @@ private:
 
     std::int64_t countMessages(std::string_view todayStr);
     std::int64_t sumTokens(std::string_view todayStr);
+    std::int64_t sumTokensMatching(const std::vector<std::filesystem::path>& candidates,
+                                   std::string_view prefix);
     std::optional<std::string> projectFor(std::string_view sessionId);
     std::optional<ContextUsage> latestContext();
 

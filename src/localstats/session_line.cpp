@@ -80,6 +80,21 @@ struct Reading {
     bool dayKnown = false;
     DayKey day{};
     std::array<std::int64_t, 4> fields{};
+    // The textual timestamp: in the parser's buffer, or held here for a document read apart.
+    std::string_view stampInParser;
+    std::optional<std::string> stampHeld;
+
+    std::string_view stamp() const {
+        return stampHeld ? std::string_view(*stampHeld) : stampInParser;
+    }
+
+    // The fields when the line counts for a date given as any prefix of a textual timestamp.
+    std::optional<std::array<std::int64_t, 4>> fieldsFor(std::string_view prefix) const {
+        if (!hasUsage || (textTimestamp && !stamp().starts_with(prefix))) {
+            return std::nullopt;
+        }
+        return fields;
+    }
 
     SessionLineUsage result() const {
         SessionLineUsage usage;
@@ -130,6 +145,7 @@ Reading readParsed(const simdjson::dom::object& object) {
     reading.textTimestamp = stamp && stamp->get(stampText) == simdjson::SUCCESS;
     if (reading.textTimestamp) {
         reading.dayKnown = dayKeyOf(stampText, reading.day);
+        reading.stampInParser = stampText;
     }
     for (const auto field : usageObject) {
         for (std::size_t i = 0; i < tokenFields.size(); ++i) {
@@ -178,13 +194,52 @@ Reading readDocument(std::string_view line) {
     const auto stamp = document.find("timestamp");
     reading.textTimestamp = stamp != document.end() && stamp->is_string();
     if (reading.textTimestamp) {
-        reading.dayKnown = dayKeyOf(stamp->get_ref<const std::string&>(), reading.day);
+        reading.stampHeld = stamp->get_ref<const std::string&>();
+        reading.dayKnown = dayKeyOf(*reading.stampHeld, reading.day);
     }
     for (std::size_t i = 0; i < tokenFields.size(); ++i) {
         const auto field = usage->find(tokenFields[i]);
         reading.fields[i] = field == usage->end() ? 0 : tokenCount(*field);
     }
     return reading;
+}
+
+// A line that may hold a top-level "usage", parsed in full.
+Reading readCandidateLine(simdjson::dom::parser& parser, std::string_view line) {
+    const std::string_view text = withoutByteOrderMark(line);
+    simdjson::dom::element root;
+    const auto error = parser.parse(text.data(), text.size(), false).get(root);
+    if (error != simdjson::SUCCESS) {
+        return beyondParserLimits(error) ? readDocument(line) : Reading{};
+    }
+    simdjson::dom::object object;
+    if (root.get(object) != simdjson::SUCCESS) {
+        return {};
+    }
+    return readParsed(object);
+}
+
+// Calls `each` with every line of `text` that may hold a top-level "usage"; the rest are passed
+// over on a byte search.
+template <typename Each> void forEachCandidateLine(std::string_view text, Each each) {
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    const char* nextUsage = find(at, end, usageKey);
+    const char* nextEscape = find(at, end, unicodeEscape);
+    while (at < end) {
+        const void* newline = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
+        const char* lineEnd = newline == nullptr ? end : static_cast<const char*>(newline);
+        if (nextUsage < at) {
+            nextUsage = find(at, end, usageKey);
+        }
+        if (nextEscape < at) {
+            nextEscape = find(at, end, unicodeEscape);
+        }
+        if ((nextUsage < lineEnd || nextEscape < lineEnd) && mayHaveTopLevelUsage(at, lineEnd)) {
+            each(std::string_view(at, static_cast<std::size_t>(lineEnd - at)));
+        }
+        at = lineEnd + 1;
+    }
 }
 
 } // namespace
@@ -219,39 +274,30 @@ SessionLineUsage SessionLineReader::readPadded(std::string_view line) {
 }
 
 SessionLineUsage SessionLineReader::readCandidate(std::string_view line) {
-    const std::string_view text = withoutByteOrderMark(line);
-    simdjson::dom::element root;
-    const auto error = parsers_->dom.parse(text.data(), text.size(), false).get(root);
-    if (error != simdjson::SUCCESS) {
-        return beyondParserLimits(error) ? readDocument(line).result() : SessionLineUsage{};
+    return readCandidateLine(parsers_->dom, line).result();
+}
+
+std::optional<std::array<std::int64_t, 4>> SessionLineReader::readPadded(std::string_view line,
+                                                                         std::string_view prefix) {
+    if (!mayAddUsage(line)) {
+        return std::nullopt;
     }
-    simdjson::dom::object object;
-    if (root.get(object) != simdjson::SUCCESS) {
-        return {};
-    }
-    return readParsed(object).result();
+    return readCandidateLine(parsers_->dom, line).fieldsFor(prefix);
 }
 
 void SessionLineReader::addLines(std::string_view text, DaySums& sums) {
-    const char* at = text.data();
-    const char* const end = at + text.size();
-    const char* nextUsage = find(at, end, usageKey);
-    const char* nextEscape = find(at, end, unicodeEscape);
-    while (at < end) {
-        const void* newline = std::memchr(at, '\n', static_cast<std::size_t>(end - at));
-        const char* lineEnd = newline == nullptr ? end : static_cast<const char*>(newline);
-        if (nextUsage < at) {
-            nextUsage = find(at, end, usageKey);
+    forEachCandidateLine(text, [&](std::string_view line) { addTo(sums, readCandidate(line)); });
+}
+
+void SessionLineReader::addLines(std::string_view text, std::string_view prefix,
+                                 PartialSums& sums) {
+    forEachCandidateLine(text, [&](std::string_view line) {
+        if (const auto fields = readCandidateLine(parsers_->dom, line).fieldsFor(prefix)) {
+            for (const auto value : *fields) {
+                sums.add(value);
+            }
         }
-        if (nextEscape < at) {
-            nextEscape = find(at, end, unicodeEscape);
-        }
-        if ((nextUsage < lineEnd || nextEscape < lineEnd) && mayHaveTopLevelUsage(at, lineEnd)) {
-            addTo(sums,
-                  readCandidate(std::string_view(at, static_cast<std::size_t>(lineEnd - at))));
-        }
-        at = lineEnd + 1;
-    }
+    });
 }
 
 } // namespace quillon::localstats

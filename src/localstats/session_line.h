@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace quillon::localstats {
@@ -45,6 +46,14 @@ public:
     // Adds every line of `text` (complete lines, each ending in a newline; jsonPadding bytes
     // readable after the end) to `sums`.
     void addLines(std::string_view text, DaySums& sums);
+
+    // For a date given as any prefix of a textual timestamp: the fields of a line (jsonPadding
+    // following bytes readable) with a top-level "usage" object and either no textual timestamp
+    // or one that starts with `prefix`; nothing for any other line.
+    std::optional<std::array<std::int64_t, 4>> readPadded(std::string_view line,
+                                                          std::string_view prefix);
+    // Adds, addition by addition, what every line of `text` (as for addLines) gives for `prefix`.
+    void addLines(std::string_view text, std::string_view prefix, PartialSums& sums);
 
 private:
     SessionLineUsage readCandidate(std::string_view line);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <type_traits>
+#include <vector>
 
 namespace quillon {
 namespace {
@@ -14,15 +15,24 @@ TEST(SmartNotificationEngineTest, StartsWithAnEmptyHistoryAndAPositiveBound) {
 }
 
 TEST(SmartNotificationEngineTest, HistoryKeepsInsertionOrder) {
-    SmartNotificationEngine engine;
+    using Record = SmartNotificationEngine::NotificationRecord;
     const Instant at{std::chrono::seconds(1'700'000'000)};
-    engine.notificationHistory.push_back({"codex", 91, 90, at});
-    engine.notificationHistory.push_back({"claude", 51, 50, at + std::chrono::seconds(5)});
-    ASSERT_EQ(engine.notificationHistory.size(), 2U);
-    EXPECT_EQ(engine.notificationHistory[0],
-              (SmartNotificationEngine::NotificationRecord{"codex", 91, 90, at}));
-    EXPECT_EQ(engine.notificationHistory[1].provider, "claude");
-    EXPECT_EQ(engine.notificationHistory[1].threshold, 50);
+    // An order that no field sorts: providers, percents, thresholds and times all go both ways.
+    const std::vector<Record> raised = {
+        {"codex", 91, 90, at + std::chrono::seconds(30)},
+        {"claude", 51, 50, at},
+        {"codex", 76, 75, at + std::chrono::seconds(90)},
+        {"claude", 97, 90, at + std::chrono::seconds(10)},
+        {"claude", 51, 50, at},
+    };
+    SmartNotificationEngine engine;
+    for (const Record& record : raised) {
+        // Appended at the end, through the one insertion every standard container offers.
+        engine.notificationHistory.insert(engine.notificationHistory.end(), record);
+    }
+    const std::vector<Record> held(engine.notificationHistory.begin(),
+                                   engine.notificationHistory.end());
+    EXPECT_EQ(held, raised);
 }
 
 TEST(SmartNotificationEngineTest, IsAReferenceTypeThatCannotBeCopied) {

@@ -128,14 +128,6 @@ TEST_F(ThresholdAlertsTest, AbsentSnapshotRaisesNothingAndChangesNoKey) {
     EXPECT_THAT(fired, UnorderedElementsAre("claude:50", "codex:90"));
 }
 
-TEST_F(ThresholdAlertsTest, FreshLaunchAboveThresholdsAnnouncesThemAgain) {
-    claude = usageAt(Provider::claude, 92);
-    check();
-    std::set<std::string> afterRelaunch;
-    EXPECT_THAT(checkThresholds(claude, codex, settings, afterRelaunch),
-                UnorderedElementsAre(claudeAlert(50), claudeAlert(75), claudeAlert(90)));
-}
-
 TEST_F(ThresholdAlertsTest, OnlyTheFiveHourWindowIsChecked) {
     claude = usageAt(Provider::claude, 10, 99);
     EXPECT_THAT(check(), IsEmpty());

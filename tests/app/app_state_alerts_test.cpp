@@ -1,16 +1,23 @@
 #include "app/app_state.h"
 #include "app/production_services.h"
+#include "app/settings_file.h"
 #include "intents/shared_usage_data.h"
 #include "support/fake_notification_server.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
 
+#include <QSettings>
+#include <QTime>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <ctime>
+#include <optional>
+#include <string>
 
 namespace quillon {
 namespace {
@@ -30,8 +37,11 @@ protected:
         qputenv("XDG_DATA_DIRS", QByteArray::fromStdString(dataHome.path().string()));
     }
 
-    AppServices services() {
-        AppServices services = productionServices(store);
+    AppServices services() { return services(store); }
+
+    // The same, saving the command line's snapshot into `snapshots`.
+    AppServices services(KeyValueStore& snapshots) {
+        AppServices services = productionServices(snapshots);
         services.fetchClaude = [this](CredentialStore&, const Cancellation&) {
             return fetched(Provider::claude, claudePercent.load());
         };
@@ -154,23 +164,86 @@ TEST_F(AppStateAlertsTest, WithoutANotificationServiceNothingHangsAndFiredKeysSt
                                      "Claude Code has reached 90% of 5-hour limit"));
 }
 
+// Sets the local time zone so that the wall clock reads 23:xx now, for as long as it lives.
+class ElevenAtNight {
+public:
+    ElevenAtNight() {
+        if (const char* tz = std::getenv("TZ")) {
+            saved_ = tz;
+        }
+        const std::time_t now = std::time(nullptr);
+        std::tm utc{};
+        gmtime_r(&now, &utc);
+        int offset = (23 - utc.tm_hour + 24) % 24; // hours east of Greenwich
+        offset = offset > 12 ? offset - 24 : offset;
+        // A POSIX zone counts hours west of Greenwich.
+        const std::string zone = "<QHT>" + std::to_string(-offset);
+        ::setenv("TZ", zone.c_str(), 1);
+        ::tzset();
+    }
+    ~ElevenAtNight() {
+        saved_ ? ::setenv("TZ", saved_->c_str(), 1) : ::unsetenv("TZ");
+        ::tzset();
+    }
+    ElevenAtNight(const ElevenAtNight&) = delete;
+    ElevenAtNight& operator=(const ElevenAtNight&) = delete;
+
+private:
+    std::optional<std::string> saved_;
+};
+
 TEST_F(AppStateAlertsTest, QuietHoursEnabledForTwentyTwoToEightStillAnnounceACrossingAtEleven) {
     test::FakeNotificationServer server;
     ASSERT_TRUE(server.start());
-    // 23:00 local time today.
+    // 23:00 local time on both clocks an alert check could consult: the state's own clock and
+    // the wall clock.
+    const ElevenAtNight night;
     std::time_t today = std::time(nullptr);
     std::tm local{};
     localtime_r(&today, &local);
-    local.tm_hour = 23;
+    ASSERT_EQ(local.tm_hour, 23);
+    EXPECT_EQ(QTime::currentTime().hour(), 23);
     local.tm_min = 0;
     local.tm_sec = 0;
     now = std::chrono::system_clock::from_time_t(std::mktime(&local));
 
     const auto state = start();
     state->setQuietHours(true, 22, 8);
+    ASSERT_TRUE(state->smartNotificationSettings().quietHoursEnabled);
     claudePercent = 51;
+    codexPercent = 95;
     cycle(*state);
-    EXPECT_THAT(bodies(server), ElementsAre("Claude Code has reached 50% of 5-hour limit"));
+    EXPECT_THAT(bodies(server), UnorderedElementsAre("Claude Code has reached 50% of 5-hour limit",
+                                                     "Codex has reached 50% of 5-hour limit",
+                                                     "Codex has reached 75% of 5-hour limit",
+                                                     "Codex has reached 90% of 5-hour limit"));
+}
+
+TEST_F(AppStateAlertsTest, ARelaunchOverTheSameSettingsFileAnnouncesThresholdsAgain) {
+    test::FakeNotificationServer server;
+    ASSERT_TRUE(server.start());
+    const QString path = QString::fromStdString((dataHome.path() / "quillon.conf").string());
+    SettingsFile file(path);
+    claudePercent = 92;
+    {
+        AppState first(credentials, services(file));
+        ASSERT_TRUE(test::waitUntil([&] { return server.calls.size() == 3; }));
+        cycle(first); // still above every threshold: nothing new
+        EXPECT_EQ(server.calls.size(), 3U);
+    }
+    // What the first run left in the file: the snapshot for the command line, and nothing of the
+    // alerts it raised.
+    const QSettings written(path, QSettings::IniFormat);
+    EXPECT_EQ(written.allKeys(), QStringList{"sharedUsageData"});
+
+    server.calls.clear();
+    AppState relaunched(credentials, services(file));
+    ASSERT_TRUE(test::waitUntil([&] { return server.calls.size() == 3; }));
+    test::spin(150);
+    EXPECT_THAT(bodies(server),
+                UnorderedElementsAre("Claude Code has reached 50% of 5-hour limit",
+                                     "Claude Code has reached 75% of 5-hour limit",
+                                     "Claude Code has reached 90% of 5-hour limit"));
 }
 
 TEST_F(AppStateAlertsTest, AlertsSwitchedOffRaiseNothing) {

@@ -289,13 +289,47 @@ TEST_F(AppStateTest, FiguresArePublishedBeforeRefreshingIsCleared) {
 
 TEST_F(AppStateTest, QuietHoursAreClampedAndPublishThreeChanges) {
     const auto state = make();
+    ASSERT_TRUE(test::waitUntil([&] { return idle(*state); }));
     QSignalSpy changed(state.get(), &AppState::smartNotificationSettingsChanged);
     state->setQuietHours(true, -3, 30);
     EXPECT_EQ(changed.count(), 3);
     EXPECT_TRUE(state->smartNotificationSettings().quietHoursEnabled);
     EXPECT_EQ(state->smartNotificationSettings().quietHoursStart, 0);
     EXPECT_EQ(state->smartNotificationSettings().quietHoursEnd, 23);
-    EXPECT_FALSE(state->isRefreshing() && fetches.claudeCalls > 1);
+}
+
+TEST_F(AppStateTest, QuietHoursTriggerNoRefreshAndNoAlertCheck) {
+    std::vector<std::string> alerts;
+    AppServices services = fetches.services();
+    services.sendNotification = [&](const std::string&, const std::string& body) {
+        alerts.push_back(body);
+    };
+    AppState state(credentials, services);
+    ASSERT_TRUE(test::waitUntil([&] { return idle(state); }));
+    ASSERT_EQ(fetches.claudeCalls, 1);
+    ASSERT_TRUE(alerts.empty()); // Claude at 42 % and Codex at 17 % are below every threshold
+    // A threshold both are already past, set without a check: the next check would announce it.
+    AppSettings settings = state.settings();
+    settings.notifications.thresholds = {10};
+    state.setSettings(settings);
+    ASSERT_TRUE(alerts.empty());
+
+    QSignalSpy refreshing(&state, &AppState::isRefreshingChanged);
+    QSignalSpy updated(&state, &AppState::lastUpdatedChanged);
+    state.setQuietHours(true, 22, 8);
+    EXPECT_FALSE(state.isRefreshing());
+    test::spin(300);
+    EXPECT_EQ(refreshing.count(), 0);
+    EXPECT_EQ(updated.count(), 0);
+    EXPECT_EQ(fetches.claudeCalls, 1);
+    EXPECT_EQ(fetches.codexCalls, 1);
+    EXPECT_TRUE(alerts.empty());
+
+    // The same check after a refresh does announce it, so the silence above is the point.
+    state.refreshAll();
+    ASSERT_TRUE(test::waitUntil([&] { return idle(state); }));
+    EXPECT_EQ(alerts, (std::vector<std::string>{"Claude Code has reached 10% of 5-hour limit",
+                                                "Codex has reached 10% of 5-hour limit"}));
 }
 
 TEST_F(AppStateTest, AfterARestartAllSettingsAreBackAtTheirDefaults) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include <sys/stat.h>
 
 namespace quillon {
@@ -70,6 +72,20 @@ TEST_F(SettingsFileTest, HandWrittenTextValueReadsAsItsBytes) {
         raw.setValue("plain", QStringLiteral("hello"));
     }
     EXPECT_EQ(settings.readBytes("plain"), "hello");
+}
+
+// A value typed into the file by hand: unquoted, it ends at the first ';' (what follows is a
+// comment to the INI reader); in double quotes it is kept whole.
+TEST_F(SettingsFileTest, HandEditedUnquotedValueEndsAtASemicolonAndAQuotedOneIsKept) {
+    std::filesystem::create_directories(file.parent_path());
+    {
+        std::ofstream out(file);
+        out << "[General]\n"
+               "claudeCookieHeader=sessionKey=abc; lastActiveOrg=org-1\n"
+               "codexCookieHeader=\"__Secure-token=xyz; cf=1\"\n";
+    }
+    EXPECT_EQ(settings.readBytes("claudeCookieHeader"), "sessionKey=abc");
+    EXPECT_EQ(settings.readBytes("codexCookieHeader"), "__Secure-token=xyz; cf=1");
 }
 
 TEST_F(SettingsFileTest, UnwritableFolderLosesTheWriteWithoutCrashing) {

@@ -1,5 +1,6 @@
 #include "app/settings_file.h"
 #include "intents/shared_usage_data.h"
+#include "providers/window_labels.h"
 #include "support/fake_notification_server.h"
 #include "support/qt_wait.h"
 #include "support/temp_dir.h"
@@ -66,10 +67,16 @@ protected:
         SharedUsageData data;
         data.claudePercent = claude;
         data.codexPercent = codex;
-        data.claudeResetTime =
-            claude ? std::optional<std::string>("Resets in 2h 05m") : std::nullopt;
-        data.codexResetTime = codex ? std::optional<std::string>("Resets in 12m") : std::nullopt;
-        data.lastUpdated = std::chrono::system_clock::now() - std::chrono::seconds(200);
+        // The reset texts a refresh saves: the providers' own five-hour countdowns.
+        using namespace std::chrono;
+        const Instant now = system_clock::now();
+        if (claude) {
+            data.claudeResetTime = countdownLabel(now + hours(2) + minutes(5) + seconds(30), now);
+        }
+        if (codex) {
+            data.codexResetTime = countdownLabel(now + minutes(12) + seconds(30), now);
+        }
+        data.lastUpdated = now - seconds(200);
         return data;
     }
 

@@ -245,6 +245,52 @@ TEST_F(LocalStatsTest, DeepNestingAndBigNumbersElsewhereInALineStillLetItCount) 
     EXPECT_EQ(readChecked(now).today->tokens, "5");
 }
 
+// The date text is a plain prefix of the timestamp, whatever its length: a month, an hour, the
+// empty text (everything), a whole stamp.
+TEST_F(LocalStatsTest, HistoryCountsTimestampsThatStartWithADateTextOfAnyLength) {
+    const auto seconds = duration_cast<std::chrono::seconds>(now.time_since_epoch()).count();
+    const auto stamped = [](std::string_view stamp) {
+        return R"({"timestamp":")" + std::string(stamp) + "\"}\n";
+    };
+    // The last line has no line end: it counts as well.
+    write("history.jsonl",
+          stamped("2026-11-22T10:15:00.000Z") + stamped("2026-11-22T11:00:00.000Z") +
+              stamped("2026-11-03T10:00:00.000Z") + stamped("2026") +
+              "{\"timestamp\":" + std::to_string(seconds) + "}\n" + "{\"timestamp\":null}\n" +
+              R"({"timestamp":"2026-11-22T10:59:59.000Z"})");
+    const std::pair<std::string_view, std::int64_t> cases[] = {
+        {"2026-11-22", 4},
+        {"2026-11", 5},
+        {"2026", 6},
+        {"", 6},
+        {"2026-11-22T10", 2},
+        {"2026-11-22T12:00:00.000Z", 1},
+        {"2026-11-22T12:00:00.000Z and more", 0},
+        {"2025", 0}};
+    for (const auto& [prefix, count] : cases) {
+        EXPECT_EQ(reader.countTodayMessages(prefix), count) << prefix;
+        EXPECT_EQ(reference.countTodayMessages(prefix), count) << prefix;
+    }
+}
+
+TEST_F(LocalStatsTest, SessionTokensCountTimestampsThatStartWithADateTextOfAnyLength) {
+    write("projects/p/s.jsonl",
+          usageLine("2026-11-22T10:15:00.000Z", R"({"input_tokens":1})") +
+              usageLine("2026-11-03T10:00:00.000Z", R"({"input_tokens":20})") +
+              usageLine("2026", R"({"input_tokens":300})") +
+              usageLine("", R"({"input_tokens":4000})"));
+    write("projects/q/t.jsonl",
+          "{\"timestamp\":\"2026-11-22T11:00:00.000Z\",\"usage\":{\"output_tokens\":50000}}");
+    const std::pair<std::string_view, std::int64_t> cases[] = {
+        {"2026-11-22", 54001}, {"2026-11", 54021},      {"2026", 54321},
+        {"", 54321},           {"2026-11-22T10", 4001}, {"2026-11-22T11:00:00.000Z", 54000},
+        {"2025", 4000}};
+    for (const auto& [prefix, sum] : cases) {
+        EXPECT_EQ(reader.sumTodayTokens(prefix), sum) << prefix;
+        EXPECT_EQ(reference.sumTodayTokens(prefix), sum) << prefix;
+    }
+}
+
 using LocalStatsDeathTest = LocalStatsTest;
 
 TEST_F(LocalStatsDeathTest, TokenSumThatOverflowsStopsTheProgram) {

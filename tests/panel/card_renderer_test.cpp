@@ -1,6 +1,10 @@
 #include "panel/card_renderer.h"
+#include "providers/window_labels.h"
 #include "support/temp_dir.h"
 
+#include <QDir>
+#include <QGuiApplication>
+#include <QPalette>
 #include <QQuickItem>
 
 #include <gtest/gtest.h>
@@ -17,11 +21,14 @@ SharedUsageData snapshot(std::optional<std::int64_t> claude, std::optional<std::
     SharedUsageData data;
     data.claudePercent = claude;
     data.codexPercent = codex;
+    // The reset texts the refresh saves: the providers' own five-hour labels.
+    using namespace std::chrono;
     if (claude) {
-        data.claudeResetTime = "in 2h 05m";
+        data.claudeResetTime =
+            countdownLabel(updated + hours(2) + minutes(5) + seconds(30), updated);
     }
     if (codex) {
-        data.codexResetTime = "in 12m";
+        data.codexResetTime = countdownLabel(updated + minutes(12) + seconds(30), updated);
     }
     data.lastUpdated = updated;
     return data;
@@ -164,9 +171,12 @@ TEST(CardRendererTest, AbsentResetTextHidesTheResetLine) {
 }
 
 TEST(CardRendererTest, ResetTextFollowsResets) {
-    const UsageCard card(snapshot(42, std::nullopt), updated);
+    const UsageCard card(snapshot(42, 17), updated);
+    // "Resets " goes before the saved text, which is itself the five-hour countdown.
     EXPECT_EQ(child(card, "claudeGauge")->findChild<QQuickItem*>("resetText")->property("text"),
-              "Resets in 2h 05m");
+              "Resets Resets in 2h 05m");
+    EXPECT_EQ(child(card, "codexGauge")->findChild<QQuickItem*>("resetText")->property("text"),
+              "Resets Resets in 12m");
 }
 
 TEST(CardRendererTest, LastUpdatedShowsTheSnapshotsAge) {
@@ -186,6 +196,13 @@ TEST(CardRendererTest, NoSnapshotGivesTheNoDataCard) {
     const UsageCard card(std::nullopt, updated);
     ASSERT_NE(card.root(), nullptr);
     EXPECT_NE(child(card, "warningSymbol"), nullptr);
+    ASSERT_NE(child(card, "noDataTitle"), nullptr);
+    ASSERT_NE(child(card, "noDataHint"), nullptr);
+    EXPECT_EQ(child(card, "noDataTitle")->property("text").toString(), "No Data Available");
+    EXPECT_EQ(child(card, "noDataHint")->property("text").toString(),
+              "Please open Quillon to sync your usage data");
+    EXPECT_TRUE(child(card, "noDataTitle")->isVisible());
+    EXPECT_TRUE(child(card, "noDataHint")->isVisible());
     const QImage picture = card.image();
     EXPECT_GE(picture.width(), 200);
     // The warning symbol is drawn in orange.
@@ -207,6 +224,33 @@ TEST(CardRendererTest, SavesAPngOfTheCard) {
     const QImage loaded(path);
     EXPECT_EQ(loaded.size(), card.image().size());
     EXPECT_FALSE(card.savePng(QStringLiteral("/nonexistent/folder/card.png")));
+}
+
+// The usage card and the no-data card in the light and the dark palette, written to the build
+// folder's screenshots/ to be looked at.
+TEST(CardRendererTest, ScreenshotsLightAndDark) {
+    const QPalette saved = QGuiApplication::palette();
+    QDir().mkpath(QStringLiteral(QUILLON_SCREENSHOT_DIR));
+    for (const bool dark : {false, true}) {
+        if (dark) {
+            QPalette palette;
+            palette.setColor(QPalette::Window, QColor(0x2b, 0x2b, 0x2e));
+            palette.setColor(QPalette::WindowText, QColor(0xf2, 0xf2, 0xf5));
+            palette.setColor(QPalette::Base, QColor(0x3a, 0x3a, 0x3e));
+            palette.setColor(QPalette::Text, QColor(0xf2, 0xf2, 0xf5));
+            QGuiApplication::setPalette(palette);
+        }
+        const QString suffix = dark ? QStringLiteral("-dark") : QStringLiteral("-light");
+        const UsageCard usage(snapshot(92, 17), updated + std::chrono::seconds(200));
+        const UsageCard none(std::nullopt, updated);
+        const QImage usagePicture = usage.image();
+        EXPECT_EQ(usagePicture.pixelColor(2, 2).lightness() < 128, dark);
+        EXPECT_TRUE(
+            usage.savePng(QStringLiteral(QUILLON_SCREENSHOT_DIR "/card-usage%1.png").arg(suffix)));
+        EXPECT_TRUE(
+            none.savePng(QStringLiteral(QUILLON_SCREENSHOT_DIR "/card-no-data%1.png").arg(suffix)));
+    }
+    QGuiApplication::setPalette(saved);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "panel/appearance.h"
 #include "panel/view_helpers.h"
 #include "panel_fixture.h"
+#include "providers/window_labels.h"
 
 #include <QSignalSpy>
 
@@ -11,6 +12,40 @@ namespace quillon {
 namespace {
 
 using test::PanelTest;
+
+// Claude as the provider delivers it: the five-hour window labelled by the providers' own
+// countdown, for a reset 2 h 05 min 30 s away.
+UsageData deliveredClaude() {
+    UsageData data = test::fullClaude();
+    const Instant now = std::chrono::system_clock::now();
+    data.fiveHour.resetsAt =
+        now + std::chrono::hours(2) + std::chrono::minutes(5) + std::chrono::seconds(30);
+    data.fiveHour.resetLabel = countdownLabel(data.fiveHour.resetsAt, now);
+    return data;
+}
+
+// A colour at an opacity, as the views mix it.
+QColor atOpacity(QColor colour, double opacity) {
+    colour.setAlphaF(opacity);
+    return colour;
+}
+
+// The outline of a rectangle item: its width and colour.
+struct Outline {
+    qreal width = -1;
+    QColor colour;
+};
+
+Outline outlineOf(const QQuickItem* rectangle) {
+    if (rectangle == nullptr) {
+        return {};
+    }
+    const auto* border = rectangle->property("border").value<QObject*>();
+    if (border == nullptr) {
+        return {};
+    }
+    return {border->property("width").toReal(), border->property("color").value<QColor>()};
+}
 
 class DashboardViewTest : public PanelTest {
 protected:
@@ -32,6 +67,8 @@ protected:
 TEST_F(DashboardViewTest, BothProvidersAbsentShowOnlyTheEmptyState) {
     open();
     EXPECT_TRUE(shown(item("emptyStateView")));
+    // Filled like a card, without an outline.
+    EXPECT_EQ(outlineOf(item("emptyStateView")).width, 0);
     EXPECT_EQ(text(item("emptyTitle")), "No Providers Connected");
     EXPECT_EQ(text(item("emptyHint")), "Check Settings to configure your accounts");
     EXPECT_FALSE(shown(find("usageCard_claude")));
@@ -52,7 +89,7 @@ TEST_F(DashboardViewTest, CardWithoutSonnetContextAndTodayShowsExactlyTwoSection
 }
 
 TEST_F(DashboardViewTest, FullCardShowsEveryBlockWithItsTexts) {
-    claude = test::fullClaude();
+    claude = deliveredClaude();
     open();
     QQuickItem* claudeCard = card("claude");
     ASSERT_TRUE(shown(claudeCard));
@@ -66,12 +103,57 @@ TEST_F(DashboardViewTest, FullCardShowsEveryBlockWithItsTexts) {
         subtitles << text(find("sectionSubtitle", section));
     }
     EXPECT_EQ(labels, (QStringList{"5-Hour Window", "Weekly", "Sonnet (7-day)"}));
+    // Each reset line puts "Resets " before the window's label, and the five-hour label is itself
+    // a countdown that starts with "Resets".
     EXPECT_EQ(subtitles,
-              (QStringList{"Resets in 2h 05m", "Resets Thu 9:00 AM", "Resets Thu 9:00 AM"}));
+              (QStringList{"Resets Resets in 2h 05m", "Resets Thu 9:00 AM", "Resets Thu 9:00 AM"}));
     EXPECT_EQ(text(find("contextPercent", claudeCard)), "23%");
     EXPECT_EQ(text(find("contextTokens", claudeCard)), "45.2K / 200.0K tokens");
     EXPECT_TRUE(shown(find("todayBlock", claudeCard)));
     EXPECT_FALSE(shown(item("emptyStateView")));
+}
+
+TEST_F(DashboardViewTest, CardIsOutlinedWithAHairlineOfTheTextColour) {
+    claude = deliveredClaude();
+    codex = test::plainCodex();
+    open();
+    const Appearance colours;
+    for (const char* provider : {"claude", "codex"}) {
+        const Outline outline = outlineOf(card(provider));
+        EXPECT_EQ(outline.width, 0.5) << provider;
+        EXPECT_EQ(outline.colour, atOpacity(colours.primary(), 0.1)) << provider;
+    }
+}
+
+TEST_F(DashboardViewTest, ProgressTrackIsTheTextColourAtFifteenPercent) {
+    claude = deliveredClaude();
+    open();
+    const auto tracks = items("progressTrack", card("claude"));
+    ASSERT_EQ(tracks.size(), 4); // five-hour, weekly, Sonnet, context
+    const QColor expected = atOpacity(Appearance().primary(), 0.15);
+    for (const auto* track : tracks) {
+        EXPECT_EQ(track->property("color").value<QColor>(), expected);
+    }
+}
+
+TEST_F(DashboardViewTest, ProgressTrackFollowsTheDarkAppearance) {
+    useDarkAppearance();
+    claude = deliveredClaude();
+    open();
+    const QColor primary = Appearance().primary();
+    EXPECT_GT(primary.lightness(), 200);
+    EXPECT_EQ(cardPart("claude", "progressTrack")->property("color").value<QColor>(),
+              atOpacity(primary, 0.15));
+    EXPECT_EQ(outlineOf(card("claude")).colour, atOpacity(primary, 0.1));
+}
+
+TEST_F(DashboardViewTest, HeaderButtonSymbolIsThirteenInTheSecondaryStyle) {
+    open();
+    QQuickItem* symbol = item("settingsSymbol");
+    EXPECT_EQ(symbol->property("size").toReal(), 13);
+    EXPECT_EQ(symbol->width(), 13);
+    EXPECT_EQ(symbol->property("color").value<QColor>(), Appearance().secondary());
+    EXPECT_EQ(item("settingsButton")->property("contentItem").value<QQuickItem*>()->width(), 24);
 }
 
 TEST_F(DashboardViewTest, CardWithoutPlanShowsNoBadge) {
@@ -227,7 +309,7 @@ TEST(ViewHelpersTest, SymbolSourceCarriesTheColour) {
 }
 
 TEST_F(DashboardViewTest, ScreenshotBothCardsLight) {
-    claude = test::fullClaude();
+    claude = deliveredClaude();
     codex = test::plainCodex();
     open();
     const QImage shot = screenshot("panel-cards-light");
@@ -241,7 +323,7 @@ TEST_F(DashboardViewTest, ScreenshotBothCardsLight) {
 
 TEST_F(DashboardViewTest, ScreenshotBothCardsDark) {
     useDarkAppearance();
-    claude = test::fullClaude();
+    claude = deliveredClaude();
     codex = test::plainCodex();
     open();
     const QImage shot = screenshot("panel-cards-dark");

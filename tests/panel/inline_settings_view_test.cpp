@@ -1,3 +1,4 @@
+#include "panel/appearance.h"
 #include "panel_fixture.h"
 
 #include <QSignalSpy>
@@ -16,6 +17,24 @@ protected:
         openSettings();
     }
     std::set<std::int64_t> thresholds() const { return state->settings().notifications.thresholds; }
+
+    // The three groups, in order, each with its symbol drawn in the primary colour of its title.
+    void expectGroupSymbolsInTheirTitlesColour() const {
+        const auto symbols = items("groupSymbol");
+        const auto titles = items("groupTitle");
+        ASSERT_EQ(symbols.size(), 3);
+        ASSERT_EQ(titles.size(), 3);
+        QStringList groups;
+        for (qsizetype i = 0; i < titles.size(); ++i) {
+            groups << symbols[i]->property("name").toString() + " " + text(titles[i]);
+            const QColor title = titles[i]->property("color").value<QColor>();
+            EXPECT_EQ(symbols[i]->property("color").value<QColor>(), title);
+            // A text keeps its colour in eight bits a channel.
+            EXPECT_EQ(title.rgba(), Appearance().primary().rgba());
+        }
+        EXPECT_EQ(groups, (QStringList{"person.2.fill Accounts", "bell.fill Notifications",
+                                       "gearshape.fill General"}));
+    }
 };
 
 TEST_F(InlineSettingsViewTest, NotificationsOffShowOnlyTheEnableSwitch) {
@@ -132,6 +151,17 @@ TEST_F(InlineSettingsViewTest, FailedProviderShowsNotConnectedThoughItsCredentia
     openSettingsWith([](AppState&) {});
     EXPECT_EQ(item("claudeStatus")->property("text").toString(), "Not connected");
     EXPECT_EQ(item("codexStatus")->property("text").toString(), "Connected");
+}
+
+TEST_F(InlineSettingsViewTest, EachGroupShowsItsSymbolInTheColourOfItsTitle) {
+    openSettingsWith([](AppState&) {});
+    expectGroupSymbolsInTheirTitlesColour();
+}
+
+TEST_F(InlineSettingsViewTest, EachGroupShowsItsSymbolInTheColourOfItsTitleWhenDark) {
+    useDarkAppearance();
+    openSettingsWith([](AppState&) {});
+    expectGroupSymbolsInTheirTitlesColour();
 }
 
 TEST_F(InlineSettingsViewTest, ScreenshotSettingsLight) {

@@ -242,11 +242,13 @@ TEST_F(ClaudeProviderTest, OAuthErrorBodyWith401GivesAZeroPercentSnapshot) {
 
 TEST_F(ClaudeProviderTest, OAuthRateLimitedWith429GivesAZeroPercentSnapshot) {
     validLogin();
+    cookiePathServes();
     api.on("/api/oauth/usage", 429, R"({"type":"error","error":{"type":"rate_limit_error"}})");
     const auto usage = fetch();
     ASSERT_TRUE(usage);
     EXPECT_EQ(usage->fiveHour.percent, 0);
     EXPECT_EQ(usage->weekly.percent, 0);
+    EXPECT_EQ(web.requestCount(), 0u); // the answer stands: no fall back on the cookie
 }
 
 TEST_F(ClaudeProviderTest, OAuthHtmlPageGivesAZeroPercentSnapshot) {
@@ -339,6 +341,16 @@ TEST_F(ClaudeProviderTest, CookiePathIgnoresTheTopLevelFallbackKeys) {
 TEST_F(ClaudeProviderTest, NoCookieHeaderGivesNothingWithoutAnyRequest) {
     EXPECT_FALSE(fetch());
     EXPECT_EQ(api.requestCount() + web.requestCount(), 0u);
+}
+
+TEST_F(ClaudeProviderTest, StoredCookieWithALineBreakIsNotSent) {
+    cookiePathServes();
+    store.claude = "sessionKey=first\nX-Injected: 1";
+    EXPECT_FALSE(fetch());
+    EXPECT_EQ(web.requestCount(), 0u);
+    store.claude = "sessionKey=last\n";
+    EXPECT_FALSE(fetch());
+    EXPECT_EQ(web.requestCount(), 0u);
 }
 
 TEST_F(ClaudeProviderTest, EmptyOrganizationListGivesNothing) {

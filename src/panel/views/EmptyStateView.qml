@@ -9,8 +9,8 @@ Rectangle {
     implicitHeight: column.implicitHeight + 80
     radius: 12
     color: appearance.controlBackground
-    border.width: 1
-    border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.07) : Qt.rgba(0, 0, 0, 0.07)
+    // Filled like a card, but without a card's outline.
+    border.width: 0
 
     ColumnLayout {
         id: column

@@ -44,7 +44,7 @@ Item {
                     objectName: "settingsSymbol"
                     anchors.centerIn: parent
                     name: header.showSettings ? "chevron.left" : "gearshape"
-                    size: 14
+                    size: 13
                     color: appearance.secondary
                 }
             }

@@ -16,6 +16,7 @@ Column {
     }
 
     Text {
+        objectName: "noDataTitle"
         anchors.horizontalCenter: parent.horizontalCenter
         text: "No Data Available"
         color: appearance.primary
@@ -24,6 +25,7 @@ Column {
     }
 
     Text {
+        objectName: "noDataHint"
         anchors.horizontalCenter: parent.horizontalCenter
         width: Math.min(implicitWidth, 280)
         text: "Please open Quillon to sync your usage data"

@@ -20,8 +20,7 @@ Item {
         objectName: "progressTrack"
         anchors.fill: parent
         radius: 2.5
-        readonly property color ink: appearance.dark ? "white" : "black"
-        color: Qt.rgba(ink.r, ink.g, ink.b, 0.12)
+        color: Qt.rgba(appearance.primary.r, appearance.primary.g, appearance.primary.b, 0.15)
     }
     Rectangle {
         objectName: "progressFill"

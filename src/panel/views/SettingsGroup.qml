@@ -16,11 +16,14 @@ ColumnLayout {
         spacing: 5
         Layout.leftMargin: 2
         Symbol {
+            objectName: "groupSymbol"
             name: group.symbol
             size: 12
-            color: appearance.secondary
+            color: groupTitle.color
         }
         Text {
+            id: groupTitle
+            objectName: "groupTitle"
             text: group.title
             font.pixelSize: 12
             font.weight: Font.DemiBold

@@ -18,8 +18,9 @@ Rectangle {
     implicitHeight: column.implicitHeight + 24
     radius: 10
     color: appearance.controlBackground
-    border.width: 1
-    border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.07) : Qt.rgba(0, 0, 0, 0.07)
+    // A hairline in the text colour, faint enough to only set the card off its background.
+    border.width: 0.5
+    border.color: Qt.rgba(appearance.primary.r, appearance.primary.g, appearance.primary.b, 0.1)
 
     ColumnLayout {
         id: column
