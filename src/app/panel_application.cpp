@@ -9,6 +9,7 @@ PanelApplication::PanelApplication(const ServicesFactory& makeServices)
       tray_(TrayActions{
           .togglePanel = [this](QPoint anchor) { panel_.toggleAt(anchor); },
           .showPanel = [this](QPoint anchor) { panel_.showAt(anchor); },
+          .hidePanel = [this] { panel_.hide(); },
           .refresh = [this] { appState_.refreshAll(); },
           .quit = [] { QApplication::quit(); },
       }),

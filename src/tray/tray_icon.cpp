@@ -19,7 +19,7 @@ TrayIcon::TrayIcon(TrayActions actions, const QDBusConnection& bus, ItemAnchor a
       item_(std::make_unique<StatusNotifierItem>(bus, QString::fromLatin1(DBusMenu::objectPath))),
       registration_(std::make_unique<WatcherRegistration>(bus, *item_)) {
     connect(menu_.get(), &DBusMenu::triggered, this, &TrayIcon::run);
-    connect(menu_.get(), &DBusMenu::opening, this, [this] { anchor_.noteMenuOpened(); });
+    connect(menu_.get(), &DBusMenu::opening, this, &TrayIcon::menuOpening);
     connect(item_.get(), &StatusNotifierItem::activated, this, [this](QPoint point) {
         if (actions_.togglePanel) {
             actions_.togglePanel(anchor_.forClick(point));
@@ -80,6 +80,13 @@ void TrayIcon::updateMenu(const std::optional<UsageData>& claude,
     }
 }
 
+void TrayIcon::menuOpening() {
+    anchor_.noteMenuOpened();
+    if (actions_.hidePanel) {
+        actions_.hidePanel();
+    }
+}
+
 void TrayIcon::run(TrayCommand command) {
     runTrayCommand(actions_, command,
                    command == TrayCommand::openPanel ? anchor_.forMenu() : QPoint());
@@ -121,8 +128,7 @@ void TrayIcon::showFallback() {
 QMenu& TrayIcon::contextMenu() {
     if (!contextMenu_) {
         contextMenu_ = std::make_unique<QMenu>();
-        connect(contextMenu_.get(), &QMenu::aboutToShow, this,
-                [this] { anchor_.noteMenuOpened(); });
+        connect(contextMenu_.get(), &QMenu::aboutToShow, this, &TrayIcon::menuOpening);
         fillTrayContextMenu(*contextMenu_, menu_->entries(),
                             [this](TrayCommand command) { run(command); });
     }

@@ -74,6 +74,7 @@ private:
     void setMode(Mode mode);
     void showFallback();
     void run(TrayCommand command);
+    void menuOpening();
 
     TrayActions actions_;
     ItemAnchor anchor_;

@@ -13,8 +13,8 @@
 namespace quillon {
 namespace {
 
-// Grey at half strength: visible as a track on a dark bar and on a light one.
-const QColor trackColour(128, 128, 128, 120);
+// Mid grey, three quarters opaque: it stands out from a black bar and from a white one alike.
+const QColor trackColour(128, 128, 128, 190);
 const QColor symbolicColour(0xbe, 0xbe, 0xbe);
 
 void drawBar(QPainter& painter, const QRectF& track, std::optional<std::int64_t> percent) {

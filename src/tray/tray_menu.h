@@ -20,6 +20,9 @@ struct TrayActions {
     std::function<void(QPoint)> togglePanel;
     // "Open Quillon": show the panel for that point.
     std::function<void(QPoint)> showPanel;
+    // The item's menu is opening: that click was on the item, so an open panel closes, as a
+    // click on the item does where it toggles the panel (GNOME opens the menu on every click).
+    std::function<void()> hidePanel;
     std::function<void()> refresh;
     std::function<void()> quit;
 };

@@ -54,9 +54,11 @@ protected:
     std::vector<QPoint> shows;
     int refreshes = 0;
     int quits = 0;
+    int hides = 0;
     TrayActions actions{
         .togglePanel = {},
         .showPanel = [this](QPoint point) { shows.push_back(point); },
+        .hidePanel = [this] { ++hides; },
         .refresh = [this] { ++refreshes; },
         .quit = [this] { ++quits; },
     };
@@ -189,6 +191,18 @@ TEST_F(DBusMenuTest, PropertiesAndGroupProperties) {
     ASSERT_EQ(aboutGroup.type(), QDBusMessage::ReplyMessage);
     EXPECT_EQ(aboutGroup.signature(), "aiai");
     EXPECT_EQ(qdbus_cast<QList<int>>(aboutGroup.arguments().value(1)), QList<int>{9});
+}
+
+TEST_F(DBusMenuTest, TheMenuOpeningHidesThePanelAsAClickOnTheItemDoes) {
+    TrayIcon tray(actions);
+    ASSERT_EQ(call("AboutToShow", {0}).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(hides, 1);
+    // A submenu opening is no click on the item.
+    ASSERT_EQ(call("AboutToShow", {1}).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(hides, 1);
+    ASSERT_EQ(call("AboutToShowGroup", {QVariant::fromValue(QList<int>{0})}).type(),
+              QDBusMessage::ReplyMessage);
+    EXPECT_EQ(hides, 2);
 }
 
 TEST_F(DBusMenuTest, MenuPropertiesOfTheProtocol) {
