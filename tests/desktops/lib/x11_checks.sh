@@ -126,20 +126,34 @@ check_panel_placement() {
         "$rx" "$ry" "$rw" "$rh") || { echo "nothing drawn around window $w x $h at $x,$y"; return 1; }
     read -r vx vy vw vh <<<"$visible"
     local where="visible ${vw}x${vh} at $vx,$vy (window ${w}x${h} at $x,$y), item centre x $ITEM_CX"
-    # Centred on the item; where that would leave the screen, inside it and close to its edge.
-    local want_left=$((ITEM_CX - PANEL_W / 2)) problems="" edge_slack=0
-    if [ "$want_left" -lt 0 ]; then
-        want_left=0 edge_slack=$EDGE_SLACK
-    elif [ "$want_left" -gt $((SCREEN_W - PANEL_W)) ]; then
-        want_left=$((SCREEN_W - PANEL_W)) edge_slack=$EDGE_SLACK
-    fi
-    [ "$vx" -ge 0 ] && [ $((vx + vw)) -le "$SCREEN_W" ] || problems+=" not inside the screen;"
-    local dw=$((vw - PANEL_W)) dh=$((vh - PANEL_H))
-    if [ "${dw#-}" -gt "$SIZE_SLACK" ] || [ "${dh#-}" -gt "$SIZE_SLACK" ]; then
+    # Centred on the item. Near a screen edge the product lets the panel overhang it, so the
+    # screen cuts the centred panel; a window manager may instead push it inside the screen,
+    # close to that edge. Either is right; anything else is not.
+    local want_left=$((ITEM_CX - PANEL_W / 2)) problems="" dh=$((vh - PANEL_H))
+    local clip_left=$want_left clip_right=$((want_left + PANEL_W))
+    [ "$clip_left" -ge 0 ] || clip_left=0
+    [ "$clip_right" -le "$SCREEN_W" ] || clip_right=$SCREEN_W
+    local cut_x=$((vx - clip_left)) cut_w=$((vw - (clip_right - clip_left)))
+    if [ "${dh#-}" -gt "$SIZE_SLACK" ]; then
         problems+=" size is not ${PANEL_W}x${PANEL_H};"
     fi
-    local off=$((vx + vw / 2 - (want_left + PANEL_W / 2)))
-    [ "${off#-}" -le $((CENTRE_SLACK + edge_slack)) ] || problems+=" centre off by $off px;"
+    if [ "$clip_right" -ne $((want_left + PANEL_W)) ] || [ "$clip_left" -ne "$want_left" ]; then
+        if [ "${cut_x#-}" -le "$CENTRE_SLACK" ] && [ "${cut_w#-}" -le "$SIZE_SLACK" ]; then
+            where+=" (centred, cut by the screen edge)"
+        else
+            local pushed_left=$want_left
+            [ "$pushed_left" -ge 0 ] || pushed_left=0
+            [ "$pushed_left" -le $((SCREEN_W - PANEL_W)) ] || pushed_left=$((SCREEN_W - PANEL_W))
+            local dw=$((vw - PANEL_W)) off=$((vx - pushed_left))
+            [ "${dw#-}" -le "$SIZE_SLACK" ] || problems+=" size is not ${PANEL_W}x${PANEL_H};"
+            [ "${off#-}" -le $((CENTRE_SLACK + EDGE_SLACK)) ] ||
+                problems+=" neither centred on the item nor pushed to the screen's edge (off by $off px);"
+        fi
+    else
+        local dw=$((vw - PANEL_W)) off=$((vx + vw / 2 - ITEM_CX))
+        [ "${dw#-}" -le "$SIZE_SLACK" ] || problems+=" size is not ${PANEL_W}x${PANEL_H};"
+        [ "${off#-}" -le "$CENTRE_SLACK" ] || problems+=" centre off by $off px;"
+    fi
     local gap
     if [ "$BAR_SIDE" = top ]; then
         gap=$((vy - (BAR_Y + BAR_H)))
