@@ -187,6 +187,9 @@ check_item_click_closes() {
     wait_until 3 panel_hidden || { echo "a click on the item left the panel open"; return 1; }
     sleep 1
     panel_hidden || { echo "the panel opened again after the click that closed it"; return 1; }
+    # Where a click on the item opens its menu (GNOME), that menu is open now: dismiss it.
+    [ "${LABEL_HOST:-0}" = 1 ] && press_escape
+    return 0
 }
 
 # The "menu works" check of a host that draws the item's menu itself on a right click: what the
