@@ -15,8 +15,11 @@ export LIBGL_ALWAYS_SOFTWARE=1
 dbus-update-activation-environment XDG_CURRENT_DESKTOP XDG_SESSION_DESKTOP DESKTOP_SESSION \
     LIBGL_ALWAYS_SOFTWARE
 
-# The panel: the menu button on the left; the status applet and the corner bar on the right.
-# Nothing in it changes while the checks look (no clock). A plain background, no screen saver.
+# One bottom panel: the menu button on the left; the status applet and the corner bar on the
+# right. Nothing in it changes while the checks look (no clock). A plain background, no screen
+# saver.
+gsettings set org.cinnamon panels-enabled "['1:0:bottom']"
+gsettings set org.cinnamon panels-height "['1:40']"
 gsettings set org.cinnamon enabled-applets "['panel1:left:0:menu@cinnamon.org:0', \
 'panel1:right:0:xapp-status@cinnamon.org:1', 'panel1:right:1:cornerbar@cinnamon.org:2']"
 gsettings set org.cinnamon next-applet-id 3
@@ -54,6 +57,8 @@ cinnamon_bar() {
 wait_until 60 cinnamon_bar || host_broken "Cinnamon never finished starting its panel"
 read -r BAR_X BAR_Y BAR_W BAR_H < <(cinnamon_bar)
 BAR_SIDE=bottom
+[ "$BAR_Y" -ge $((SCREEN_H / 2)) ] && [ "$BAR_W" -ge $((SCREEN_W * 8 / 10)) ] ||
+    host_broken "Cinnamon's panel is no bottom bar: ${BAR_W}x$BAR_H at $BAR_X,$BAR_Y"
 wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
     /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
     host_broken "xapp-sn-watcher never put its StatusNotifierWatcher on the bus"
