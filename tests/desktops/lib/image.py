@@ -141,8 +141,16 @@ def colours(image, box):
     return green, yellow, red
 
 
+def ink(crop, gain=3):
+    """Dark ink on white, whatever the theme: each pixel's distance from the crop's background,
+    amplified, so that greyed-out menu entries and light text on a dark bar read alike."""
+    grey = crop.convert("L")
+    bg = background([(v, v, v) for v in grey.getdata()])[0]
+    return grey.point(lambda v: 255 - min(255, gain * abs(v - bg)))
+
+
 def ocr(image, box, scale=4):
-    crop = image.crop(box)
+    crop = ink(image.crop(box))
     crop = crop.resize((crop.width * scale, crop.height * scale), Image.LANCZOS)
     with tempfile.NamedTemporaryFile(suffix=".png") as tmp:
         crop.save(tmp.name)
