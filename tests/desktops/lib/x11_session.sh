@@ -6,32 +6,8 @@
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 SCREEN_W=1280
 SCREEN_H=800
-x11_pids=()
 x11_runtime=""
-
-x11_cleanup() {
-    local pid i
-    for ((i = ${#x11_pids[@]} - 1; i >= 0; i--)); do
-        kill "${x11_pids[i]}" 2>/dev/null || true
-    done
-    for pid in "${x11_pids[@]}"; do
-        # Bounded: a process that ignores SIGTERM gets SIGKILL after two seconds.
-        for _ in 1 2 3 4 5 6 7 8 9 10; do
-            kill -0 "$pid" 2>/dev/null || break
-            sleep 0.2
-        done
-        kill -9 "$pid" 2>/dev/null || true
-    done
-}
-
-# spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
-spawn() {
-    local name=$1
-    shift
-    "$@" >"$DESKTOP_OUT/$name.log" 2>&1 &
-    x11_pids+=("$!")
-    eval "pid_${name//-/_}=$!"
-}
+source "$DESKTOP_LIB/processes.sh"
 
 # A home and a runtime folder of this host's own, and a private session bus that starts with
 # them, so that nothing the bus starts (settings daemons and the like) reads or writes the
@@ -51,14 +27,14 @@ x11_enter_session() {
 
 # A display of this host's own, where nothing of another host is seen.
 x11_start_display() {
-    trap x11_cleanup EXIT
+    trap host_cleanup EXIT
     trap 'exit 130' INT TERM
     x11_runtime="$XDG_RUNTIME_DIR/x11"
     mkdir -p "$x11_runtime"
     mkfifo "$x11_runtime/display"
     Xvfb -displayfd 3 -screen 0 "${SCREEN_W}x${SCREEN_H}x24" -nolisten tcp -noreset \
         3>"$x11_runtime/display" >"$DESKTOP_OUT/xvfb.log" 2>&1 &
-    x11_pids+=("$!")
+    host_pids+=("$!")
     local display
     read -r display <"$x11_runtime/display"
     export DISPLAY=":$display"
