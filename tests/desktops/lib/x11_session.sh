@@ -121,6 +121,7 @@ panel_shown() { panel_window >/dev/null; }
 panel_hidden() { ! panel_window >/dev/null; }
 
 click_at() { xdotool mousemove --sync "$1" "$2" click "${3:-1}"; }
+press_escape() { xdotool key Escape; }
 click_item() { click_at "$ITEM_CX" "$ITEM_CY" "${1:-1}"; }
 probe_presses() { wc -l <"$DESKTOP_OUT/probe.txt" 2>/dev/null || echo 0; }
 
@@ -169,14 +170,7 @@ x11_start_demo() {
     wait_still 10 "$DESKTOP_OUT/closed.png" || true
     ITEM=$("${IMAGE[@]}" new-item "$before" "$DESKTOP_OUT/closed.png" \
         "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
-    "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" \
-        "$DESKTOP_OUT/bar.png"
-    if [ -n "$ITEM" ]; then
-        read -r ITEM_X ITEM_Y ITEM_W ITEM_H <<<"$ITEM"
-        ITEM_CX=$((ITEM_X + ITEM_W / 2)) ITEM_CY=$((ITEM_Y + ITEM_H / 2))
-        "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$ITEM_X" "$ITEM_Y" "$ITEM_W" "$ITEM_H" \
-            "$DESKTOP_OUT/item.png" 8
-    fi
+    use_item
 }
 
 # The item is listed by the host's StatusNotifierWatcher, where one runs.
