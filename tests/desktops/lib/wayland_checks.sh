@@ -92,12 +92,7 @@ start_demo() {
     use_item
 }
 
-watcher_lists_item() {
-    dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-        /StatusNotifierWatcher org.freedesktop.DBus.Properties.Get \
-        string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems 2>/dev/null |
-        grep -q 'StatusNotifierItem'
-}
+watcher_lists_item() { watcher_items | grep -q 'StatusNotifierItem'; }
 
 check_item_visible() {
     watcher_lists_item || { echo "the host's StatusNotifierWatcher does not list the item"; return 1; }

@@ -25,6 +25,13 @@ use_item() {
     fi
 }
 
+# What the host's StatusNotifierWatcher lists, where one runs: the items' bus names and paths.
+watcher_items() {
+    dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
+        /StatusNotifierWatcher org.freedesktop.DBus.Properties.Get \
+        string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems 2>/dev/null
+}
+
 check_item_visible() {
     [ -n "$ITEM" ] || { echo "nothing appeared in the bar ($BAR_W x $BAR_H at $BAR_X,$BAR_Y)"; return 1; }
     local drawn

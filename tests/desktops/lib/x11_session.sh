@@ -43,6 +43,23 @@ x11_start_display() {
     xsetroot -solid '#5b7fa3'
 }
 
+# x11_start_wm SECONDS COMMAND...: starts the window manager and waits (up to SECONDS) until it
+# has taken the screen.
+x11_start_wm() {
+    local seconds=$1
+    shift
+    spawn wm "$@"
+    wait_until "$seconds" xprop -root _NET_SUPPORTING_WM_CHECK
+}
+
+# x11_wait_watcher DETAIL: waits for the host's StatusNotifierWatcher on the bus; without one
+# every check fails with DETAIL and the script ends.
+x11_wait_watcher() {
+    wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
+        /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
+        host_broken "$1"
+}
+
 shot() { import -window root "$1" 2>/dev/null; }
 
 # Waits (up to SECONDS) until two screenshots half a second apart are the same; leaves the last
@@ -171,13 +188,6 @@ x11_start_demo() {
     ITEM=$("${IMAGE[@]}" new-item "$before" "$DESKTOP_OUT/closed.png" \
         "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
     use_item
-}
-
-# The item is listed by the host's StatusNotifierWatcher, where one runs.
-watcher_items() {
-    dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-        /StatusNotifierWatcher org.freedesktop.DBus.Properties.Get \
-        string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems 2>/dev/null
 }
 
 source "$DESKTOP_LIB/x11_checks.sh"
