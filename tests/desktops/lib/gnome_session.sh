@@ -14,21 +14,13 @@ SCREEN_H=800
 GNOME_SHELL=(/usr/bin/python3 "$DESKTOP_LIB/gnome_shell.py")
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 source "$DESKTOP_LIB/processes.sh"
+source "$DESKTOP_LIB/namespaces.sh"
 
 gnome_enter() {
-    if [ -z "${GNOME_NAMESPACES:-}" ]; then
-        local userns=()
-        # Without root, a user namespace of our own uid grants the mounts below.
-        [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
-        exec unshare "${userns[@]}" --mount --net -- env GNOME_NAMESPACES=1 bash "$0" "$@"
-    fi
+    enter_namespaces "$@"
     if [ -z "${DESKTOP_BUS:-}" ]; then
-        # No logind: mutter then runs its headless back end without a login session. A /tmp
-        # of its own holds the X sockets and lock files of the displays mutter opens.
+        # No logind: mutter then runs its headless back end without a login session.
         mount -t tmpfs -o mode=755 tmpfs /run/systemd
-        mount -t tmpfs -o mode=1777 tmpfs /tmp
-        mkdir -m 1777 /tmp/.X11-unix
-        ip link set lo up
         export HOME="$DESKTOP_OUT/home"
         export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
         export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"

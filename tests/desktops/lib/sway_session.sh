@@ -13,18 +13,11 @@ SCREEN_W=1280
 SCREEN_H=800
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 source "$DESKTOP_LIB/processes.sh"
+source "$DESKTOP_LIB/namespaces.sh"
 
 sway_enter() {
-    if [ -z "${SWAY_NAMESPACES:-}" ]; then
-        local userns=()
-        # Without root, a user namespace of our own uid grants the mounts below.
-        [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
-        exec unshare "${userns[@]}" --mount --net -- env SWAY_NAMESPACES=1 bash "$0" "$@"
-    fi
+    enter_namespaces "$@"
     [ -z "${DESKTOP_BUS:-}" ] || return 0
-    mount -t tmpfs -o mode=1777 tmpfs /tmp
-    mkdir -m 1777 /tmp/.X11-unix
-    ip link set lo up
     local as_user=() owner
     owner="$(id -u):$(id -g)"
     if [ "$(id -u)" -eq 0 ]; then
