@@ -2,6 +2,7 @@
 # Installs the Debian packages that building, running and testing Quillon need, when any are
 # missing. Quiet and quick when everything is already there.
 set -euo pipefail
+source "$(dirname "$0")/lib/apt.sh"
 
 packages=(
     # toolchain
@@ -19,16 +20,4 @@ packages=(
     libxcb1-dev libxcb-xinput-dev
 )
 
-missing=()
-for package in "${packages[@]}"; do
-    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$status" = installed ] || missing+=("$package")
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-sudo=()
-[ "$(id -u)" -eq 0 ] || sudo=(sudo)
-echo "Installing ${missing[*]}" >&2
-"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq
-"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}" >/dev/null
+install_missing "${packages[@]}"

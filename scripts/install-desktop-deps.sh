@@ -2,6 +2,7 @@
 # Installs the Debian packages that the real panel hosts of `make test-desktops` need, when any
 # are missing: those of the hosts named, or of all. Quiet and quick when everything is there.
 set -euo pipefail
+source "$(dirname "$0")/lib/apt.sh"
 
 # What every host's checks use: a virtual display, screenshots, clicks, the click probe, image
 # checks and text recognition for labels and menus.
@@ -39,16 +40,4 @@ for host in "${hosts[@]}"; do
     unset -n host_packages
 done
 
-missing=()
-for package in $(printf '%s\n' "${packages[@]}" | sort -u); do
-    status=$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [ "$status" = installed ] || missing+=("$package")
-done
-[ ${#missing[@]} -eq 0 ] && exit 0
-
-sudo=()
-[ "$(id -u)" -eq 0 ] || sudo=(sudo)
-echo "Installing ${missing[*]}" >&2
-"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq
-"${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
-    "${missing[@]}" >/dev/null
+install_missing "${packages[@]}"

@@ -59,9 +59,7 @@ read -r BAR_X BAR_Y BAR_W BAR_H < <(cinnamon_bar)
 BAR_SIDE=bottom
 [ "$BAR_Y" -ge $((SCREEN_H / 2)) ] && [ "$BAR_W" -ge $((SCREEN_W * 8 / 10)) ] ||
     host_broken "Cinnamon's panel is no bottom bar: ${BAR_W}x$BAR_H at $BAR_X,$BAR_Y"
-wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-    /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
-    host_broken "xapp-sn-watcher never put its StatusNotifierWatcher on the bus"
+x11_wait_watcher "xapp-sn-watcher never put its StatusNotifierWatcher on the bus"
 BAR_EMPTY_X=$((SCREEN_W / 2)) BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=120
 x11_checks

@@ -9,7 +9,7 @@ gnome_enter "$@"
 source "$DESKTOP_LIB/report.sh"
 source "$DESKTOP_LIB/wayland_checks.sh"
 
-LABEL_HOST=1
+LABEL_HOST=1 ITEM_OPENS_MENU=1
 open_panel() { gnome_open_panel; }
 find_item() {
     ITEM=""

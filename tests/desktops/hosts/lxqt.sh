@@ -33,14 +33,11 @@ expandable=true
 [statusnotifier]
 type=statusnotifier
 CONF
-spawn wm openbox
-wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+x11_start_wm 10 openbox
 x11_start_backdrop
 spawn panel lxqt-panel
 x11_wait_bar bottom --class lxqt-panel
-wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-    /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
-    host_broken "the panel's StatusNotifierWatcher never appeared"
+x11_wait_watcher "the panel's StatusNotifierWatcher never appeared"
 BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=120
 x11_checks

@@ -10,8 +10,7 @@ x11_enter_session "$@"
 x11_start_display
 export KDE_FULL_SESSION=true XDG_CURRENT_DESKTOP=KDE KDE_SESSION_VERSION=5 LIBGL_ALWAYS_SOFTWARE=1
 dbus-update-activation-environment KDE_FULL_SESSION XDG_CURRENT_DESKTOP KDE_SESSION_VERSION
-spawn wm kwin_x11
-wait_until 20 xprop -root _NET_SUPPORTING_WM_CHECK
+x11_start_wm 20 kwin_x11
 spawn shell plasmashell --no-respawn
 plasma_script() {
     dbus-send --session --print-reply --dest=org.kde.plasmashell /PlasmaShell \
@@ -30,9 +29,7 @@ bar.addWidget("org.kde.plasma.panelspacer");
 bar.addWidget("org.kde.plasma.systemtray");
 ' >"$DESKTOP_OUT/layout.log" 2>&1
 x11_wait_bar top --class plasmashell
-wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-    /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
-    host_broken "the shell's StatusNotifierWatcher never appeared"
+x11_wait_watcher "the shell's StatusNotifierWatcher never appeared"
 BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=$((SCREEN_H - 40))
 x11_checks

@@ -25,8 +25,7 @@ systray_padding = 4 4 4
 systray_icon_size = 22
 systray_background_id = 0
 RC
-spawn wm openbox
-wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+x11_start_wm 10 openbox
 x11_start_backdrop
 spawn tint2 tint2 -c "$XDG_CONFIG_HOME/tint2/tint2rc"
 x11_wait_bar bottom --class tint2

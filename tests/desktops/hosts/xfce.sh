@@ -46,15 +46,12 @@ cat >"$xml/xfce4-panel.xml" <<'XML'
   </property>
 </channel>
 XML
-spawn wm xfwm4
-wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+x11_start_wm 10 xfwm4
 x11_start_backdrop
 spawn panel xfce4-panel
 x11_wait_bar top --class xfce4-panel
 # The notification area hosts StatusNotifierItems once its watcher is on the bus.
-wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-    /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
-    host_broken "the panel's StatusNotifierWatcher never appeared"
+x11_wait_watcher "the panel's StatusNotifierWatcher never appeared"
 BAR_EMPTY_X=200 BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 DESK_X=$((SCREEN_W / 2)) DESK_Y=$((SCREEN_H - 40))
 x11_checks

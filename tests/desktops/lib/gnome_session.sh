@@ -13,21 +13,14 @@ SCREEN_W=1280
 SCREEN_H=800
 GNOME_SHELL=(/usr/bin/python3 "$DESKTOP_LIB/gnome_shell.py")
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
+source "$DESKTOP_LIB/processes.sh"
+source "$DESKTOP_LIB/namespaces.sh"
 
 gnome_enter() {
-    if [ -z "${GNOME_NAMESPACES:-}" ]; then
-        local userns=()
-        # Without root, a user namespace of our own uid grants the mounts below.
-        [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
-        exec unshare "${userns[@]}" --mount --net -- env GNOME_NAMESPACES=1 bash "$0" "$@"
-    fi
+    enter_namespaces "$@"
     if [ -z "${DESKTOP_BUS:-}" ]; then
-        # No logind: mutter then runs its headless back end without a login session. A /tmp
-        # of its own holds the X sockets and lock files of the displays mutter opens.
+        # No logind: mutter then runs its headless back end without a login session.
         mount -t tmpfs -o mode=755 tmpfs /run/systemd
-        mount -t tmpfs -o mode=1777 tmpfs /tmp
-        mkdir -m 1777 /tmp/.X11-unix
-        ip link set lo up
         export HOME="$DESKTOP_OUT/home"
         export XDG_CONFIG_HOME="$HOME/.config" XDG_CACHE_HOME="$HOME/.cache"
         export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
@@ -37,30 +30,6 @@ gnome_enter() {
         unset DISPLAY WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM GDK_BACKEND
         DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
     fi
-}
-
-gnome_pids=()
-gnome_cleanup() {
-    local pid i
-    for ((i = ${#gnome_pids[@]} - 1; i >= 0; i--)); do
-        kill "${gnome_pids[i]}" 2>/dev/null || true
-    done
-    for pid in "${gnome_pids[@]}"; do
-        for _ in 1 2 3 4 5 6 7 8 9 10; do
-            kill -0 "$pid" 2>/dev/null || break
-            sleep 0.2
-        done
-        kill -9 "$pid" 2>/dev/null || true
-    done
-}
-
-# spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
-spawn() {
-    local name=$1
-    shift
-    "$@" >"$DESKTOP_OUT/$name.log" 2>&1 &
-    gnome_pids+=("$!")
-    eval "pid_${name//-/_}=$!"
 }
 
 shell_eval() { "${GNOME_SHELL[@]}" eval "$1"; }
@@ -153,7 +122,7 @@ gnome_settle() {
 }
 
 gnome_start() {
-    trap gnome_cleanup EXIT
+    trap host_cleanup EXIT
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)

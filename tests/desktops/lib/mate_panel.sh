@@ -18,8 +18,7 @@ position=10
 panel-right-stick=true
 locked=true
 CONF
-    spawn wm marco --no-composite
-    wait_until 10 xprop -root _NET_SUPPORTING_WM_CHECK
+    x11_start_wm 10 marco --no-composite
     x11_start_backdrop
     spawn panel mate-panel
     x11_wait_bar top --class mate-panel

@@ -12,18 +12,12 @@ SWAY_USER=quillon-desktops
 SCREEN_W=1280
 SCREEN_H=800
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
+source "$DESKTOP_LIB/processes.sh"
+source "$DESKTOP_LIB/namespaces.sh"
 
 sway_enter() {
-    if [ -z "${SWAY_NAMESPACES:-}" ]; then
-        local userns=()
-        # Without root, a user namespace of our own uid grants the mounts below.
-        [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
-        exec unshare "${userns[@]}" --mount --net -- env SWAY_NAMESPACES=1 bash "$0" "$@"
-    fi
+    enter_namespaces "$@"
     [ -z "${DESKTOP_BUS:-}" ] || return 0
-    mount -t tmpfs -o mode=1777 tmpfs /tmp
-    mkdir -m 1777 /tmp/.X11-unix
-    ip link set lo up
     local as_user=() owner
     owner="$(id -u):$(id -g)"
     if [ "$(id -u)" -eq 0 ]; then
@@ -45,30 +39,6 @@ sway_enter() {
     # The screenshots and logs go back to whoever runs the tests.
     chown -R "$owner" "$DESKTOP_OUT"
     exit "$status"
-}
-
-sway_pids=()
-sway_cleanup() {
-    local pid i
-    for ((i = ${#sway_pids[@]} - 1; i >= 0; i--)); do
-        kill "${sway_pids[i]}" 2>/dev/null || true
-    done
-    for pid in "${sway_pids[@]}"; do
-        for _ in 1 2 3 4 5 6 7 8 9 10; do
-            kill -0 "$pid" 2>/dev/null || break
-            sleep 0.2
-        done
-        kill -9 "$pid" 2>/dev/null || true
-    done
-}
-
-# spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
-spawn() {
-    local name=$1
-    shift
-    "$@" >"$DESKTOP_OUT/$name.log" 2>&1 &
-    sway_pids+=("$!")
-    eval "pid_${name//-/_}=$!"
 }
 
 shot() { grim "$1"; }
@@ -121,7 +91,7 @@ probe_frame() { tree_rect name "click probe" 1; }
 move_probe() { swaymsg -q "[title=\"^click probe$\"] move absolute position $1 $2"; }
 
 sway_start() {
-    trap sway_cleanup EXIT
+    trap host_cleanup EXIT
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)

@@ -12,6 +12,26 @@ GAP_SLACK=2
 EDGE_SLACK=8   # px a panel held inside the screen may keep from its edge
 SIZE_SLACK=2   # px: the edge line of the panel blends into what is under it
 
+# Takes ITEM ("X Y W H", or empty) as the item in DESKTOP_OUT/closed.png: sets ITEM_X/Y/W/H and
+# its centre ITEM_CX/CY, and crops the bar and the item into DESKTOP_OUT/bar.png and item.png.
+use_item() {
+    "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" \
+        "$DESKTOP_OUT/bar.png"
+    if [ -n "$ITEM" ]; then
+        read -r ITEM_X ITEM_Y ITEM_W ITEM_H <<<"$ITEM"
+        ITEM_CX=$((ITEM_X + ITEM_W / 2)) ITEM_CY=$((ITEM_Y + ITEM_H / 2))
+        "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$ITEM_X" "$ITEM_Y" "$ITEM_W" "$ITEM_H" \
+            "$DESKTOP_OUT/item.png" 8
+    fi
+}
+
+# What the host's StatusNotifierWatcher lists, where one runs: the items' bus names and paths.
+watcher_items() {
+    dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
+        /StatusNotifierWatcher org.freedesktop.DBus.Properties.Get \
+        string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems 2>/dev/null
+}
+
 check_item_visible() {
     [ -n "$ITEM" ] || { echo "nothing appeared in the bar ($BAR_W x $BAR_H at $BAR_X,$BAR_Y)"; return 1; }
     local drawn
@@ -205,7 +225,7 @@ check_outside_click() {
 
 check_escape() {
     reopen || return 1
-    xdotool key Escape
+    press_escape
     wait_until 3 panel_hidden || { echo "Escape left the panel open"; return 1; }
 }
 
@@ -216,7 +236,7 @@ check_item_click_closes() {
     sleep 1
     panel_hidden || { echo "the panel opened again after the click that closed it"; return 1; }
     # Where the click opens the item's menu, that menu stays open: close it.
-    [ "${ITEM_OPENS_MENU:-0}" = 1 ] && xdotool key Escape
+    [ "${ITEM_OPENS_MENU:-0}" = 1 ] && press_escape
     return 0
 }
 

@@ -6,32 +6,8 @@
 IMAGE=(/usr/bin/python3 "$DESKTOP_LIB/image.py")
 SCREEN_W=1280
 SCREEN_H=800
-x11_pids=()
 x11_runtime=""
-
-x11_cleanup() {
-    local pid i
-    for ((i = ${#x11_pids[@]} - 1; i >= 0; i--)); do
-        kill "${x11_pids[i]}" 2>/dev/null || true
-    done
-    for pid in "${x11_pids[@]}"; do
-        # Bounded: a process that ignores SIGTERM gets SIGKILL after two seconds.
-        for _ in 1 2 3 4 5 6 7 8 9 10; do
-            kill -0 "$pid" 2>/dev/null || break
-            sleep 0.2
-        done
-        kill -9 "$pid" 2>/dev/null || true
-    done
-}
-
-# spawn NAME COMMAND...: starts a process in the background, its output in DESKTOP_OUT/NAME.log.
-spawn() {
-    local name=$1
-    shift
-    "$@" >"$DESKTOP_OUT/$name.log" 2>&1 &
-    x11_pids+=("$!")
-    eval "pid_${name//-/_}=$!"
-}
+source "$DESKTOP_LIB/processes.sh"
 
 # A home and a runtime folder of this host's own, and a private session bus that starts with
 # them, so that nothing the bus starts (settings daemons and the like) reads or writes the
@@ -51,20 +27,37 @@ x11_enter_session() {
 
 # A display of this host's own, where nothing of another host is seen.
 x11_start_display() {
-    trap x11_cleanup EXIT
+    trap host_cleanup EXIT
     trap 'exit 130' INT TERM
     x11_runtime="$XDG_RUNTIME_DIR/x11"
     mkdir -p "$x11_runtime"
     mkfifo "$x11_runtime/display"
     Xvfb -displayfd 3 -screen 0 "${SCREEN_W}x${SCREEN_H}x24" -nolisten tcp -noreset \
         3>"$x11_runtime/display" >"$DESKTOP_OUT/xvfb.log" 2>&1 &
-    x11_pids+=("$!")
+    host_pids+=("$!")
     local display
     read -r display <"$x11_runtime/display"
     export DISPLAY=":$display"
     dbus-update-activation-environment DISPLAY
     # A colour no panel uses: a black transparent margin shows against it.
     xsetroot -solid '#5b7fa3'
+}
+
+# x11_start_wm SECONDS COMMAND...: starts the window manager and waits (up to SECONDS) until it
+# has taken the screen.
+x11_start_wm() {
+    local seconds=$1
+    shift
+    spawn wm "$@"
+    wait_until "$seconds" xprop -root _NET_SUPPORTING_WM_CHECK
+}
+
+# x11_wait_watcher DETAIL: waits for the host's StatusNotifierWatcher on the bus; without one
+# every check fails with DETAIL and the script ends.
+x11_wait_watcher() {
+    wait_until 20 dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
+        /StatusNotifierWatcher org.freedesktop.DBus.Peer.Ping ||
+        host_broken "$1"
 }
 
 shot() { import -window root "$1" 2>/dev/null; }
@@ -145,6 +138,7 @@ panel_shown() { panel_window >/dev/null; }
 panel_hidden() { ! panel_window >/dev/null; }
 
 click_at() { xdotool mousemove --sync "$1" "$2" click "${3:-1}"; }
+press_escape() { xdotool key Escape; }
 click_item() { click_at "$ITEM_CX" "$ITEM_CY" "${1:-1}"; }
 probe_presses() { wc -l <"$DESKTOP_OUT/probe.txt" 2>/dev/null || echo 0; }
 
@@ -193,21 +187,7 @@ x11_start_demo() {
     wait_still 10 "$DESKTOP_OUT/closed.png" || true
     ITEM=$("${IMAGE[@]}" new-item "$before" "$DESKTOP_OUT/closed.png" \
         "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" --threshold 24) || ITEM=""
-    "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$BAR_X" "$BAR_Y" "$BAR_W" "$BAR_H" \
-        "$DESKTOP_OUT/bar.png"
-    if [ -n "$ITEM" ]; then
-        read -r ITEM_X ITEM_Y ITEM_W ITEM_H <<<"$ITEM"
-        ITEM_CX=$((ITEM_X + ITEM_W / 2)) ITEM_CY=$((ITEM_Y + ITEM_H / 2))
-        "${IMAGE[@]}" crop "$DESKTOP_OUT/closed.png" "$ITEM_X" "$ITEM_Y" "$ITEM_W" "$ITEM_H" \
-            "$DESKTOP_OUT/item.png" 8
-    fi
-}
-
-# The item is listed by the host's StatusNotifierWatcher, where one runs.
-watcher_items() {
-    dbus-send --session --print-reply --dest=org.kde.StatusNotifierWatcher \
-        /StatusNotifierWatcher org.freedesktop.DBus.Properties.Get \
-        string:org.kde.StatusNotifierWatcher string:RegisteredStatusNotifierItems 2>/dev/null
+    use_item
 }
 
 source "$DESKTOP_LIB/x11_checks.sh"

@@ -1,0 +1,18 @@
+# Mount and network namespaces of a host's own, for the Wayland hosts: the X displays of their
+# XWayland and its abstract sockets never meet another host's.
+
+# enter_namespaces "$@": the first time, runs the script again (with its arguments) in the
+# namespaces; there, gives it a /tmp of its own for the X sockets and lock files of its displays,
+# and the loopback. Does nothing in the script's later runs, on the session bus.
+enter_namespaces() {
+    [ -z "${DESKTOP_BUS:-}" ] || return 0
+    if [ -z "${DESKTOP_NAMESPACES:-}" ]; then
+        local userns=()
+        # Without root, a user namespace of our own uid grants the mounts below.
+        [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
+        exec unshare "${userns[@]}" --mount --net -- env DESKTOP_NAMESPACES=1 bash "$0" "$@"
+    fi
+    mount -t tmpfs -o mode=1777 tmpfs /tmp
+    mkdir -m 1777 /tmp/.X11-unix
+    ip link set lo up
+}
