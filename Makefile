@@ -39,7 +39,7 @@ test: build
 # The demo build under real panel hosts, each headless (DESKTOPS="xfce tint2" picks some);
 # screenshots and logs in build/desktops/<host>/.
 test-desktops: configure
-	@cmake --build --preset $(PRESET) --target quillon_demo
+	@cmake --build --preset $(PRESET) --target quillon_demo quillon
 	@scripts/run-desktop-tests.sh $(BUILD_DIR) $(DESKTOPS)
 
 # The real application against a local sample service. Without a display it runs on a virtual
