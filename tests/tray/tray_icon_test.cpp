@@ -14,7 +14,6 @@
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
-#include <QMenu>
 #include <QSystemTrayIcon>
 
 #include <gtest/gtest.h>
@@ -82,6 +81,7 @@ protected:
         return TrayActions{
             .togglePanel = [this](QPoint point) { toggles.push_back(point); },
             .showPanel = [this](QPoint point) { shows.push_back(point); },
+            .hidePanel = {},
             .refresh = [this] { ++refreshes; },
             .quit = [this] { ++quits; },
         };
