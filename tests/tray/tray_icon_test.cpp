@@ -10,10 +10,10 @@
 
 #include <QCursor>
 #include <QDBusArgument>
-#include <QDBusMetaType>
 #include <QDBusVariant>
 #include <QDir>
 #include <QFile>
+#include <QMenu>
 #include <QSystemTrayIcon>
 
 #include <gtest/gtest.h>
