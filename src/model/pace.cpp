@@ -68,15 +68,16 @@ std::optional<Pace> pace(const UsageWindow& window, WindowKind kind, Instant now
 std::string shortDuration(seconds duration) {
     const std::int64_t total = std::max<std::int64_t>(0, duration.count());
     const std::int64_t minutes = total / 60;
+    constexpr std::int64_t minutesPerDay = std::int64_t{24} * 60;
     char text[64];
     if (minutes < 60) {
         std::snprintf(text, sizeof text, "%lld min", static_cast<long long>(minutes));
-    } else if (minutes < 24 * 60) {
+    } else if (minutes < minutesPerDay) {
         std::snprintf(text, sizeof text, "%lld h %02lld min", static_cast<long long>(minutes / 60),
                       static_cast<long long>(minutes % 60));
     } else {
         std::snprintf(text, sizeof text, "%lld d %lld h",
-                      static_cast<long long>(minutes / (24 * 60)),
+                      static_cast<long long>(minutes / minutesPerDay),
                       static_cast<long long>(minutes / 60 % 24));
     }
     return text;
