@@ -1,6 +1,6 @@
 // The demo: the real Quillon application (the same shell and views) against a local sample
 // service, with a sample Claude Code home in a temporary folder, so that a newcomer sees a filled
-// panel without any account. It opens the panel at once.
+// panel without any account. It opens the panel at once, under its item where the bar shows it.
 //
 //   quillon_demo                    run until quit (from the panel's footer or the tray menu)
 //   quillon_demo --screenshots DIR  write DIR/panel.png and DIR/settings.png, then quit
@@ -11,6 +11,7 @@
 #include "app/panel_application.h"
 #include "app/production_services.h"
 #include "app/termination_signals.h"
+#include "bar_item_finder.h"
 #include "sample_home.h"
 #include "sample_service.h"
 
@@ -27,6 +28,7 @@
 #include <cstdio>
 #include <iostream>
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -167,6 +169,11 @@ int main(int argc, char** argv) {
     TerminationSignals terminationSignals;
     QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
 
+    // The bar as it looks before the item joins it: the demo's first panel opens under the item.
+    std::optional<demo::BarItemFinder> finder;
+    if (options.cycles == 0 && options.screenshots.isEmpty()) {
+        finder.emplace();
+    }
     PanelApplication parts(
         [&env](KeyValueStore& snapshotStore) { return productionServices(snapshotStore, env); });
     AppState& state = parts.appState();
@@ -175,9 +182,13 @@ int main(int argc, char** argv) {
     if (options.cycles > 0) {
         return runCycles(state, options.cycles);
     }
-    // Where a click on the item opens it when nothing better is known: under the middle of the
-    // bar's edge.
-    parts.panel().showAt(parts.tray().anchor().barEdge());
+    // Under the item, as a click on it would open it, where the bar shows where the item is;
+    // otherwise where a click opens it when nothing better is known: under the bar edge's middle.
+    std::optional<QPoint> item;
+    if (finder) {
+        waitFor([&] { return (item = finder->look()).has_value(); }, 5000);
+    }
+    parts.panel().showAt(item.value_or(parts.tray().anchor().barEdge()));
     if (!options.screenshots.isEmpty()) {
         return writeScreenshots(parts.panel(), options.screenshots);
     }

@@ -132,9 +132,22 @@ check_panel_opens() {
 }
 
 check_panel_placement() {
-    local id x y w h rx ry rw rh visible vx vy vw vh
+    local id
     id=$(panel_window) || { echo "the panel is not open"; return 1; }
-    read -r x y w h < <(x11_geometry "$id")
+    placement_of "$DESKTOP_OUT/panel.png" "$(x11_geometry "$id")"
+}
+
+# The panel the demo opens at start, before any click: where a click on the item opens it.
+check_first_panel() {
+    [ -n "$FIRST_PANEL" ] || { echo "the demo opened no panel at start"; return 1; }
+    placement_of "$DESKTOP_OUT/first-panel.png" "$FIRST_PANEL"
+}
+
+# placement_of SHOT "X Y W H": the panel window at that geometry, pictured in SHOT, lies centred
+# on the item and GAP px from the bar.
+placement_of() {
+    local x y w h rx ry rw rh visible vx vy vw vh
+    read -r x y w h <<<"$2"
     # Look around the window but never at the bar, where the item may change its look.
     rx=$((x - 30)) ry=$((y - 30)) rw=$((w + 60)) rh=$((h + 60))
     if [ "$BAR_SIDE" = top ] && [ "$ry" -lt $((BAR_Y + BAR_H)) ]; then
@@ -142,7 +155,7 @@ check_panel_placement() {
     elif [ "$BAR_SIDE" = bottom ] && [ $((ry + rh)) -gt "$BAR_Y" ]; then
         rh=$((BAR_Y - ry))
     fi
-    visible=$("${IMAGE[@]}" diff-box "$DESKTOP_OUT/closed.png" "$DESKTOP_OUT/panel.png" \
+    visible=$("${IMAGE[@]}" diff-box "$DESKTOP_OUT/closed.png" "$1" \
         "$rx" "$ry" "$rw" "$rh") || { echo "nothing drawn around window $w x $h at $x,$y"; return 1; }
     read -r vx vy vw vh <<<"$visible"
     local where="visible ${vw}x${vh} at $vx,$vy (window ${w}x${h} at $x,$y), item centre x $ITEM_CX"
@@ -264,6 +277,7 @@ x11_checks() {
     check "figures visible" check_figures_visible
     check "panel opens" check_panel_opens
     check "panel placement" check_panel_placement
+    check "first panel under the item" check_first_panel
     check "outside click closes" check_outside_click
     check "escape closes" check_escape
     check "item click closes" check_item_click_closes

@@ -161,13 +161,18 @@ x11_start_backdrop() {
     wait_until 10 xdotool search --onlyvisible --classname clickdesktop
 }
 
-# Starts the demo, closes the panel it opens at start, and finds the item in the bar: the part of
-# the bar that changed since before the demo ran.
+# Starts the demo, pictures the panel it opens at start (FIRST_PANEL: its window "X Y W H") and
+# closes it, and finds the item in the bar: the part of the bar that changed since before the
+# demo ran.
 x11_start_demo() {
     local before="$x11_runtime/bar-before.png"
     wait_still 20 "$before" || true
     spawn demo "$QUILLON_DEMO"
+    FIRST_PANEL=""
     if wait_until 20 panel_shown; then
+        sleep 0.8 # the bars' animation
+        FIRST_PANEL=$(x11_geometry "$(panel_window)")
+        shot "$DESKTOP_OUT/first-panel.png"
         xdotool key Escape
         wait_until 2 panel_hidden || click_at $((PROBE_X + PROBE_W / 2)) $((PROBE_Y + PROBE_H / 2))
         wait_until 3 panel_hidden || true
