@@ -1,5 +1,7 @@
 #include "panel/appearance.h"
 
+#include "app/level_colours.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
@@ -70,19 +72,19 @@ QColor Appearance::accentText() const {
 }
 
 QColor Appearance::red() const {
-    return dark() ? QColor(0xff, 0x55, 0x4a) : QColor(0xee, 0x3b, 0x30);
+    return levelColours(dark()).red;
 }
 
 QColor Appearance::orange() const {
-    return dark() ? QColor(0xff, 0xa1, 0x1a) : QColor(0xf5, 0x8a, 0x00);
+    return levelColours(dark()).orange;
 }
 
 QColor Appearance::yellow() const {
-    return dark() ? QColor(0xff, 0xd4, 0x26) : QColor(0xf2, 0xc0, 0x00);
+    return levelColours(dark()).yellow;
 }
 
 QColor Appearance::green() const {
-    return dark() ? QColor(0x3a, 0xd1, 0x63) : QColor(0x2f, 0xb8, 0x51);
+    return levelColours(dark()).green;
 }
 
 } // namespace quillon

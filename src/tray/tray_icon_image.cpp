@@ -2,6 +2,8 @@
 
 #include "tray/symbolic_icon.h"
 
+#include "app/level_colours.h"
+
 #include <QPainter>
 #include <QPainterPath>
 #include <QPixmap>
@@ -48,16 +50,19 @@ TrayFigures trayFigures(const std::optional<UsageData>& claude,
 }
 
 QColor usageLevelColor(std::int64_t percent) {
+    // The icon keeps the light variant whatever the desktop's palette: it reads on dark and light
+    // bars alike.
+    const LevelColours colours = levelColours(false);
     if (percent >= 90) {
-        return {0xee, 0x3b, 0x30};
+        return colours.red;
     }
     if (percent >= 75) {
-        return {0xf5, 0x8a, 0x00};
+        return colours.orange;
     }
     if (percent >= 50) {
-        return {0xf2, 0xc0, 0x00};
+        return colours.yellow;
     }
-    return {0x2f, 0xb8, 0x51};
+    return colours.green;
 }
 
 QImage trayFiguresImage(const TrayFigures& figures, int side) {
