@@ -218,8 +218,12 @@ TEST_F(TrayIconTest, FiguresReplaceTheIdleIconAndGoBackWhenBothAreAbsent) {
     ASSERT_TRUE(follow(tray, "org.kde.StatusNotifierItem", "NewIcon", icons));
     tray.updateMenuBarTitle(usage(Provider::claude, 42), usage(Provider::codex, 17));
     ASSERT_TRUE(waitUntil([&] { return icons.messages.size() == 1; }));
-    // Hosts prefer a name to pictures: no name while the pictures carry the figures.
-    EXPECT_EQ(itemValue(tray, "IconName").toString(), "");
+    // The same picture by name, in the icon theme path, for hosts that draw named icons only.
+    EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon_figures_42_17");
+    const QString themePath = itemValue(tray, "IconThemePath").toString();
+    EXPECT_EQ(QImage(themePath + "/hicolor/16x16/apps/quillon_figures_42_17.png")
+                  .convertToFormat(QImage::Format_ARGB32),
+              trayFiguresImage(TrayFigures{42, 17}, 16).convertToFormat(QImage::Format_ARGB32));
     SniIconPixmaps pixmaps;
     itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
     ASSERT_FALSE(pixmaps.isEmpty());
