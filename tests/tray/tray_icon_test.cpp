@@ -205,7 +205,7 @@ TEST_F(TrayIconTest, IdlePixmapsAreTheGreyGaugeInTheBarSizes) {
     }
     EXPECT_EQ(sides, (QList<int>{16, 22, 24, 32, 48}));
     const auto& big = pixmaps.back();
-    const auto pixel = [&](int x, int y) { return big.bytes.mid((y * 48 + x) * 4, 4); };
+    const auto pixel = [&](int x, int y) { return big.bytes.mid((qsizetype{y} * 48 + x) * 4, 4); };
     // A, R, G, B: the hub in the middle, a transparent corner.
     EXPECT_EQ(pixel(24, 24), QByteArray::fromHex("ffbebebe"));
     EXPECT_EQ(uchar(pixel(0, 0).at(0)), 0);
@@ -397,7 +397,7 @@ TEST_F(TrayIconTest, APlaceholderPointGivesWayToThePointer) {
 TEST_F(TrayIconTest, OtherItemMethodsAnswerAndChangeNothing) {
     ASSERT_TRUE(watcher.start());
     TrayIcon tray(actions());
-    const auto send = [&](const char* method, QVariantList args) {
+    const auto send = [&](const char* method, const QVariantList& args) {
         auto call = QDBusMessage::createMethodCall(
             tray.statusNotifierItem().serviceName(), QStringLiteral("/StatusNotifierItem"),
             QStringLiteral("org.kde.StatusNotifierItem"), QString::fromLatin1(method));
