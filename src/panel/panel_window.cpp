@@ -2,13 +2,13 @@
 
 #include "app/app_state.h"
 #include "app/auth_store.h"
+#include "app/screen_areas.h"
 #include "model/fatal.h"
 #include "panel/appearance.h"
 #include "panel/panel_images.h"
 #include "panel/view_helpers.h"
 #include "panel/x11_panel_support.h"
 
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainterPath>
@@ -16,7 +16,6 @@
 #include <QQmlContext>
 #include <QQmlEngine>
 #include <QQuickWindow>
-#include <QScreen>
 #include <QSurfaceFormat>
 
 #include <algorithm>
@@ -31,11 +30,13 @@ constexpr int cornerRadius = 10;
 // window managers reject.
 constexpr int x11UtilityWindowType = 0x20;
 
-QScreen* screenFor(QPoint anchor) {
-    if (QScreen* screen = QGuiApplication::screenAt(anchor)) {
-        return screen;
+// The screen of the anchor, else the primary one.
+ScreenArea screenFor(QPoint anchor) {
+    const QList<ScreenArea> screens = screenAreas();
+    if (const ScreenArea* screen = screenAreaAt(anchor, screens)) {
+        return *screen;
     }
-    return QGuiApplication::primaryScreen();
+    return screens.isEmpty() ? ScreenArea{} : screens.first();
 }
 
 } // namespace
@@ -154,8 +155,8 @@ void PanelWindow::showAt(QPoint anchor) {
     // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
     const int margin = x11::compositorRunning() ? shadowMargin : 0;
     applyMargin(margin);
-    const QScreen* screen = screenFor(anchor);
-    const QRect panel = placement(anchor, screen->geometry(), screen->availableGeometry());
+    const ScreenArea screen = screenFor(anchor);
+    const QRect panel = placement(anchor, screen.geometry, screen.available);
     window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
     x11::preparePanelWindow(*window_, margin);
     wasActive_ = false;

@@ -1,8 +1,9 @@
 #include "panel/x11_panel_support.h"
 
+#include "app/x11_display.h"
+
 #include <QCursor>
 #include <QGuiApplication>
-#include <QtGui/qguiapplication_platform.h>
 
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
@@ -12,33 +13,6 @@
 #include <vector>
 
 namespace quillon::x11 {
-namespace {
-
-xcb_connection_t* connection() {
-    if (!isX11()) {
-        return nullptr;
-    }
-    auto* native = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return native != nullptr ? native->connection() : nullptr;
-}
-
-xcb_window_t rootWindow(xcb_connection_t* c) {
-    return xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-}
-
-xcb_atom_t atom(xcb_connection_t* c, const char* name) {
-    const auto cookie = xcb_intern_atom(c, 0, static_cast<uint16_t>(qstrlen(name)), name);
-    xcb_intern_atom_reply_t* reply = xcb_intern_atom_reply(c, cookie, nullptr);
-    const xcb_atom_t result = reply != nullptr ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-    free(reply);
-    return result;
-}
-
-} // namespace
-
-bool isX11() {
-    return QGuiApplication::platformName() == QLatin1String("xcb");
-}
 
 bool compositorRunning() {
     xcb_connection_t* c = connection();

@@ -7,9 +7,6 @@
 
 namespace quillon::x11 {
 
-// Whether the application runs on X11 (also through XWayland).
-bool isX11();
-
 // Whether a compositing manager runs on the first screen (it owns the _NET_WM_CM_S0
 // selection), so that transparent pixels show what is beneath. False off X11.
 bool compositorRunning();

@@ -2,7 +2,6 @@
 
 #include <QCursor>
 #include <QGuiApplication>
-#include <QScreen>
 
 #include <cstdlib>
 
@@ -10,19 +9,7 @@ namespace quillon {
 
 ItemAnchor::Environment ItemAnchor::systemEnvironment() {
     Environment environment;
-    environment.screens = [] {
-        QList<ScreenArea> screens;
-        // The primary screen first: the last resort uses the first screen.
-        if (QScreen* primary = QGuiApplication::primaryScreen()) {
-            screens.append({primary->geometry(), primary->availableGeometry()});
-        }
-        for (QScreen* screen : QGuiApplication::screens()) {
-            if (screen != QGuiApplication::primaryScreen()) {
-                screens.append({screen->geometry(), screen->availableGeometry()});
-            }
-        }
-        return screens;
-    };
+    environment.screens = [] { return screenAreas(); };
     environment.pointer = [] { return QCursor::pos(); };
     environment.pointerFollowsClicks = QGuiApplication::platformName() == QLatin1String("xcb") &&
                                        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
@@ -31,17 +18,8 @@ ItemAnchor::Environment ItemAnchor::systemEnvironment() {
 
 ItemAnchor::ItemAnchor(Environment environment) : environment_(std::move(environment)) {}
 
-const ScreenArea* ItemAnchor::screenOf(QPoint point, const QList<ScreenArea>& screens) const {
-    for (const ScreenArea& screen : screens) {
-        if (screen.geometry.contains(point)) {
-            return &screen;
-        }
-    }
-    return nullptr;
-}
-
 bool ItemAnchor::inBar(QPoint point, const QList<ScreenArea>& screens) const {
-    const ScreenArea* screen = screenOf(point, screens);
+    const ScreenArea* screen = screenAreaAt(point, screens);
     if (screen == nullptr || screen->available == screen->geometry) {
         return false;
     }
@@ -55,7 +33,7 @@ std::optional<QPoint> ItemAnchor::trustedPointer(const QList<ScreenArea>& screen
         return std::nullopt;
     }
     const QPoint pointer = environment_.pointer();
-    if (screenOf(pointer, screens) == nullptr) {
+    if (screenAreaAt(pointer, screens) == nullptr) {
         return std::nullopt;
     }
     if (environment_.pointerFollowsClicks || inBar(pointer, screens)) {
@@ -84,7 +62,7 @@ QPoint ItemAnchor::barEdge(const QList<ScreenArea>& screens) {
 QPoint ItemAnchor::forClick(QPoint reported) {
     const QList<ScreenArea> screens = environment_.screens();
     const std::optional<QPoint> pointer = trustedPointer(screens);
-    if (const ScreenArea* screen = screenOf(reported, screens)) {
+    if (const ScreenArea* screen = screenAreaAt(reported, screens)) {
         const QRect& area = screen->geometry;
         const bool onOuterEdge = reported.x() == area.left() || reported.x() == area.right() ||
                                  reported.y() == area.top() || reported.y() == area.bottom();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "app/screen_areas.h"
+
 #include <QList>
 #include <QPoint>
 #include <QRect>
@@ -8,12 +10,6 @@
 #include <optional>
 
 namespace quillon {
-
-// One screen: its whole area and the part that panels leave free.
-struct ScreenArea {
-    QRect geometry;
-    QRect available;
-};
 
 // Where the item sits, for placing the panel under it. Hosts differ in what they tell: most
 // send the click's point with Activate, MATE's notification area sends (0, y), waybar a point
@@ -29,6 +25,10 @@ struct ScreenArea {
 //  3. Otherwise the last item position found by 1 or 2 (also remembered when the menu opens).
 //  4. Otherwise the middle of the bar's edge of the primary screen (the top edge where no bar
 //     is known).
+//
+// A bar of a screen is what its free area leaves out (screenAreas): the window manager's work
+// area, or, where that shows no bar on the screen (MATE's panel under marco), the X11 dock
+// windows and windows that reserve a screen edge, each lying along an edge of the screen.
 //
 // The panel is then placed against the bar of the anchor's screen (PanelWindow::placement).
 class ItemAnchor {
@@ -61,7 +61,6 @@ public:
     QPoint barEdge() const;
 
 private:
-    const ScreenArea* screenOf(QPoint point, const QList<ScreenArea>& screens) const;
     bool inBar(QPoint point, const QList<ScreenArea>& screens) const;
     std::optional<QPoint> trustedPointer(const QList<ScreenArea>& screens) const;
     static QPoint barEdge(const QList<ScreenArea>& screens);

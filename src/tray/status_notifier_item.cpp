@@ -186,7 +186,7 @@ StatusNotifierItem::StatusNotifierItem(QDBusConnection bus, const QString& menuP
     : QObject(parent), bus_(std::move(bus)), serviceName_(nextServiceName()), menuPath_(menuPath) {
     registerTrayDBusTypes();
     iconThemePath_ = symbolicIconThemePath();
-    iconPixmaps_ = toSniIconPixmaps(trayIconImages(figures_));
+    drawFigures(figures_);
     adaptor_ = new StatusNotifierItemAdaptor(this);
     published_ = bus_.registerObject(QString::fromLatin1(objectPath), this) &&
                  bus_.registerService(serviceName_);
@@ -198,7 +198,27 @@ StatusNotifierItem::~StatusNotifierItem() {
 }
 
 QString StatusNotifierItem::iconName() const {
-    return figures_.any() ? QString() : QString::fromLatin1(symbolicIconName);
+    return figures_.any() ? figuresIconName_ : QString::fromLatin1(symbolicIconName);
+}
+
+void StatusNotifierItem::drawFigures(const TrayFigures& figures) {
+    figures_ = figures;
+    const QList<QImage> images = trayIconImages(figures_);
+    iconPixmaps_ = toSniIconPixmaps(images);
+    figuresIconName_.clear();
+    if (figures_.any()) {
+        // One name for each picture: hosts keep what they once loaded under a name. No dashes:
+        // GTK hosts also try every shorter name cut at a dash, with "-symbolic" added, and
+        // "quillon" would end in the idle icon before they looked for the new picture at all.
+        const auto figure = [](const std::optional<std::int64_t>& percent) {
+            return percent ? QString::number(*percent) : QStringLiteral("none");
+        };
+        const QString name = QStringLiteral("quillon_figures_%1_%2")
+                                 .arg(figure(figures_.claude), figure(figures_.codex));
+        if (writeNamedIcon(name, images)) {
+            figuresIconName_ = name;
+        }
+    }
 }
 
 SniToolTip StatusNotifierItem::toolTip() const {
@@ -240,8 +260,7 @@ void StatusNotifierItem::show(const QString& label, const TrayFigures& figures) 
         changed << QStringLiteral("XAyatanaLabel");
     }
     if (newIcon) {
-        figures_ = figures;
-        iconPixmaps_ = toSniIconPixmaps(trayIconImages(figures_));
+        drawFigures(figures);
         emit adaptor_->NewIcon();
         changed << QStringLiteral("IconName") << QStringLiteral("IconPixmap");
     }

@@ -62,10 +62,12 @@ public:
     void registerWithWatcher();
 
     // The bus-visible state, read by the adaptor.
-    // "quillon-symbolic" while idle; empty while figures are shown, since hosts prefer a name
-    // to the pictures.
+    // "quillon-symbolic" while idle; while figures are shown, the name under which their
+    // picture is written to the icon theme path (for the hosts that draw named icons only, as
+    // the Ayatana indicators do), or empty where it could not be written: IconPixmap carries
+    // the same picture.
     QString iconName() const;
-    // Where the idle icon can be found by name, even uninstalled.
+    // Where the idle icon and the figures' picture can be found by name, even uninstalled.
     QString iconThemePath() const { return iconThemePath_; }
     const SniIconPixmaps& iconPixmaps() const { return iconPixmaps_; }
     SniToolTip toolTip() const;
@@ -80,6 +82,7 @@ signals:
 
 private:
     void announceChanged(const QStringList& properties);
+    void drawFigures(const TrayFigures& figures);
 
     QDBusConnection bus_;
     QString serviceName_;
@@ -88,6 +91,7 @@ private:
     QString toolTipDetails_;
     QString iconThemePath_;
     TrayFigures figures_;
+    QString figuresIconName_;
     SniIconPixmaps iconPixmaps_;
     StatusNotifierItemAdaptor* adaptor_ = nullptr;
     bool published_ = false;

@@ -205,7 +205,7 @@ TEST_F(TrayIconTest, IdlePixmapsAreTheGreyGaugeInTheBarSizes) {
     }
     EXPECT_EQ(sides, (QList<int>{16, 22, 24, 32, 48}));
     const auto& big = pixmaps.back();
-    const auto pixel = [&](int x, int y) { return big.bytes.mid((y * 48 + x) * 4, 4); };
+    const auto pixel = [&](int x, int y) { return big.bytes.mid((qsizetype{y} * 48 + x) * 4, 4); };
     // A, R, G, B: the hub in the middle, a transparent corner.
     EXPECT_EQ(pixel(24, 24), QByteArray::fromHex("ffbebebe"));
     EXPECT_EQ(uchar(pixel(0, 0).at(0)), 0);
@@ -218,8 +218,12 @@ TEST_F(TrayIconTest, FiguresReplaceTheIdleIconAndGoBackWhenBothAreAbsent) {
     ASSERT_TRUE(follow(tray, "org.kde.StatusNotifierItem", "NewIcon", icons));
     tray.updateMenuBarTitle(usage(Provider::claude, 42), usage(Provider::codex, 17));
     ASSERT_TRUE(waitUntil([&] { return icons.messages.size() == 1; }));
-    // Hosts prefer a name to pictures: no name while the pictures carry the figures.
-    EXPECT_EQ(itemValue(tray, "IconName").toString(), "");
+    // The same picture by name, in the icon theme path, for hosts that draw named icons only.
+    EXPECT_EQ(itemValue(tray, "IconName").toString(), "quillon_figures_42_17");
+    const QString themePath = itemValue(tray, "IconThemePath").toString();
+    EXPECT_EQ(QImage(themePath + "/hicolor/16x16/apps/quillon_figures_42_17.png")
+                  .convertToFormat(QImage::Format_ARGB32),
+              trayFiguresImage(TrayFigures{42, 17}, 16).convertToFormat(QImage::Format_ARGB32));
     SniIconPixmaps pixmaps;
     itemValue(tray, "IconPixmap").value<QDBusArgument>() >> pixmaps;
     ASSERT_FALSE(pixmaps.isEmpty());
@@ -393,7 +397,7 @@ TEST_F(TrayIconTest, APlaceholderPointGivesWayToThePointer) {
 TEST_F(TrayIconTest, OtherItemMethodsAnswerAndChangeNothing) {
     ASSERT_TRUE(watcher.start());
     TrayIcon tray(actions());
-    const auto send = [&](const char* method, QVariantList args) {
+    const auto send = [&](const char* method, const QVariantList& args) {
         auto call = QDBusMessage::createMethodCall(
             tray.statusNotifierItem().serviceName(), QStringLiteral("/StatusNotifierItem"),
             QStringLiteral("org.kde.StatusNotifierItem"), QString::fromLatin1(method));

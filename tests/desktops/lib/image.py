@@ -15,8 +15,10 @@
                                            than N (80) from the region's most common colour
     image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
     image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
-    image.py ocr IMG [X Y W H]             the words tesseract reads in the region, one a line:
-                                           "WORD X Y W H" in image coordinates
+    image.py ocr IMG [X Y W H] [--no-picture]
+                                           the words tesseract reads in the region, one a line:
+                                           "WORD X Y W H" in image coordinates; --no-picture
+                                           leaves a coloured picture in the region unread
 """
 import subprocess
 import sys
@@ -149,8 +151,36 @@ def ink(crop, gain=3):
     return grey.point(lambda v: 255 - min(255, gain * abs(v - bg)))
 
 
-def ocr(image, box, scale=4):
-    crop = ink(image.crop(box))
+def without_picture(crop):
+    """The crop with its coloured picture (the columns from its first to its last strongly
+    coloured pixel, grown over the marks that touch them) painted in the background colour: a
+    tray icon beside a label would otherwise be read as letters, and run into the first word."""
+    bg = background(list(crop.getdata()))
+    pixels = crop.load()
+
+    def coloured(x):
+        return any(max(pixels[x, y]) - min(pixels[x, y]) > 60 for y in range(crop.height))
+
+    def marked(x):
+        return any(max(abs(pixels[x, y][i] - bg[i]) for i in range(3)) > 40
+                   for y in range(crop.height))
+
+    columns = [x for x in range(crop.width) if coloured(x)]
+    if not columns:
+        return crop
+    left, right = columns[0], columns[-1]
+    while left > 0 and marked(left - 1):
+        left -= 1
+    while right < crop.width - 1 and marked(right + 1):
+        right += 1
+    crop = crop.copy()
+    crop.paste(bg, (left, 0, right + 1, crop.height))
+    return crop
+
+
+def ocr(image, box, scale=4, picture=True):
+    crop = image.crop(box)
+    crop = ink(crop if picture else without_picture(crop))
     crop = crop.resize((crop.width * scale, crop.height * scale), Image.LANCZOS)
     with tempfile.NamedTemporaryFile(suffix=".png") as tmp:
         crop.save(tmp.name)
@@ -206,8 +236,10 @@ def main(argv):
         scale = int(rest[6]) if len(rest) > 6 else 1
         crop.resize((crop.width * scale, crop.height * scale), Image.NEAREST).save(rest[5])
     elif command == "ocr":
+        picture = "--no-picture" not in rest
+        rest = [arg for arg in rest if arg != "--no-picture"]
         image = load(rest[0])
-        for word in ocr(image, region(image, rest[1:])):
+        for word in ocr(image, region(image, rest[1:]), picture=picture):
             print(*word)
     else:
         print(__doc__, file=sys.stderr)

@@ -18,6 +18,13 @@ position=10
 panel-right-stick=true
 locked=true
 CONF
+    # A MATE session's settings daemon hands GTK the desktop's "buttons have icons"
+    # (org.mate.interface, on by default), which no daemon runs here to give. Without it GTK
+    # hides the image of a button that also has a label, and mate-panel's notification area
+    # (before 1.27.2) draws each item as such a button: the item's icon would vanish beside its
+    # label. GTK's own settings file gives the session's default instead.
+    mkdir -p "$XDG_CONFIG_HOME/gtk-3.0"
+    printf '[Settings]\ngtk-button-images=true\n' >"$XDG_CONFIG_HOME/gtk-3.0/settings.ini"
     x11_start_wm 10 marco --no-composite
     x11_start_backdrop
     spawn panel mate-panel

@@ -48,9 +48,10 @@ check_item_visible() {
 check_figures_visible() {
     [ -n "$ITEM" ] || { echo "no item"; return 1; }
     if [ "${LABEL_HOST:-0}" = 1 ]; then
+        # The icon sits close to the label: read as letters, it would run into the first word.
         local words text
         words=$("${IMAGE[@]}" ocr "$DESKTOP_OUT/closed.png" \
-            $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H")
+            $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H" --no-picture)
         text=$(awk '{printf "%s ", $1}' <<<"$words")
         case "$text" in
         *C:42%*X:17%*) ;;
