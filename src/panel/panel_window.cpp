@@ -112,15 +112,29 @@ void PanelWindow::ensureWindow() {
     format.setAlphaBufferSize(8);
     window_->setFormat(format);
     window_->setColor(Qt::transparent);
-    // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's stay-on-top
-    // flag would add a second, KDE-only state that other window managers warn about.
-    window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
-    window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
+    unmanaged_ = x11::windowManagerIgnoresPositions();
+    if (unmanaged_) {
+        // Placed where asked, above the windows the manager stacks. Of the normal type: the
+        // compositor gives the keyboard to such a window when it appears, never to a utility one.
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+    } else {
+        // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's
+        // stay-on-top flag would add a second, KDE-only state that other window managers warn
+        // about.
+        window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
+    }
     window_->installEventFilter(this);
 
-    presses_ = std::make_unique<x11::ButtonPressMonitor>();
-    connect(presses_.get(), &x11::ButtonPressMonitor::pressed, this, [this](QPoint at) {
+    input_ = std::make_unique<x11::InputMonitor>();
+    connect(input_.get(), &x11::InputMonitor::pressed, this, [this](QPoint at) {
         if (isVisible() && !panelGeometry().contains(at)) {
+            hideOnOutsideClick();
+        }
+    });
+    connect(input_.get(), &x11::InputMonitor::escapePressed, this, &PanelWindow::hide);
+    connect(input_.get(), &x11::InputMonitor::focusMoved, this, [this] {
+        if (isVisible()) {
             hideOnOutsideClick();
         }
     });
@@ -161,8 +175,13 @@ void PanelWindow::showAt(QPoint anchor) {
     wasActive_ = false;
     window_->show();
     window_->raise();
+    if (unmanaged_) {
+        // The window manager would hand the focus straight back to the window that holds it.
+        input_->setActive(true, x11::InputMonitor::Scope::buttonsKeysAndFocus);
+        return;
+    }
     window_->requestActivate();
-    presses_->setActive(true);
+    input_->setActive(true);
 }
 
 void PanelWindow::applyMargin(int margin) {
@@ -184,7 +203,7 @@ void PanelWindow::hide() {
     if (!window_) {
         return;
     }
-    presses_->setActive(false);
+    input_->setActive(false);
     wasActive_ = false;
     window_->hide();
 }
