@@ -152,11 +152,14 @@ void PanelWindow::ensureWindow() {
 
 void PanelWindow::toggleAt(QPoint anchor) {
     if (isVisible()) {
+        sinceClickHide_.start();
         hide();
         return;
     }
-    if (sinceOutsideHide_.isValid() && sinceOutsideHide_.elapsed() < toggleGraceMs) {
-        // The click that hid the panel was on the tray item: it closes, it does not reopen.
+    if (sinceClickHide_.isValid() && sinceClickHide_.elapsed() < toggleGraceMs) {
+        // The click that hid the panel was on the tray item: it closes, it does not reopen,
+        // whether the panel saw it first as a click outside or a host reports it twice (waybar
+        // sends a second Activate for a click that GTK counts as the second of a double click).
         return;
     }
     showAt(anchor);
@@ -213,7 +216,7 @@ bool PanelWindow::isVisible() const {
 }
 
 void PanelWindow::hideOnOutsideClick() {
-    sinceOutsideHide_.start();
+    sinceClickHide_.start();
     hide();
 }
 

@@ -46,7 +46,7 @@ public:
     ~PanelWindow() override;
 
     // Shows the panel placed for `anchor` (screen coordinates), or hides it; ignores a toggle
-    // within 300 ms after the panel hid by losing activation.
+    // within 300 ms after the panel hid by a toggle, a click outside or losing activation.
     void toggleAt(QPoint anchor);
     void showAt(QPoint anchor);
     void hide();
@@ -82,8 +82,8 @@ private:
     std::unique_ptr<x11::InputMonitor> input_;
     // The window bypasses the window manager (see x11::windowManagerIgnoresPositions).
     bool unmanaged_ = false;
-    // Since the last hide caused by a click outside or a loss of activation.
-    QElapsedTimer sinceOutsideHide_;
+    // Since the last hide caused by a click, on the item or outside, or a loss of activation.
+    QElapsedTimer sinceClickHide_;
     bool wasActive_ = false;
     int margin_ = -1;
 };
