@@ -159,7 +159,7 @@ void InputMonitor::watchFocus(bool on) {
         mask = rootMaskBefore_ | XCB_EVENT_MASK_FOCUS_CHANGE;
         xcb_get_input_focus_reply_t* focus =
             xcb_get_input_focus_reply(c, xcb_get_input_focus(c), nullptr);
-        focusAtStart_ = focus != nullptr ? focus->focus : XCB_WINDOW_NONE;
+        focusAtStart_ = focus != nullptr ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
         free(focus);
     }
     xcb_change_window_attributes(c, root, XCB_CW_EVENT_MASK, &mask);
