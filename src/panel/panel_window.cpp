@@ -112,18 +112,7 @@ void PanelWindow::ensureWindow() {
     format.setAlphaBufferSize(8);
     window_->setFormat(format);
     window_->setColor(Qt::transparent);
-    unmanaged_ = x11::windowManagerIgnoresPositions();
-    if (unmanaged_) {
-        // Placed where asked, above the windows the manager stacks. Of the normal type: the
-        // compositor gives the keyboard to such a window when it appears, never to a utility one.
-        window_->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
-    } else {
-        // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's
-        // stay-on-top flag would add a second, KDE-only state that other window managers warn
-        // about.
-        window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
-        window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
-    }
+    applyManagement(x11::windowManagerIgnoresPositions());
     window_->installEventFilter(this);
 
     input_ = std::make_unique<x11::InputMonitor>();
@@ -171,6 +160,8 @@ void PanelWindow::showAt(QPoint anchor) {
     // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
     const int margin = x11::compositorRunning() ? shadowMargin : 0;
     applyMargin(margin);
+    // The display's window manager too may change (XWayland's starts with the display).
+    applyManagement(x11::windowManagerIgnoresPositions());
     const QScreen* screen = screenFor(anchor);
     const QRect panel = placement(anchor, screen->geometry(), screen->availableGeometry());
     window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
@@ -185,6 +176,26 @@ void PanelWindow::showAt(QPoint anchor) {
     }
     window_->requestActivate();
     input_->setActive(true);
+}
+
+void PanelWindow::applyManagement(bool unmanaged) {
+    if (managementChosen_ && unmanaged == unmanaged_) {
+        return;
+    }
+    managementChosen_ = true;
+    unmanaged_ = unmanaged;
+    if (unmanaged_) {
+        // Placed where asked, above the windows the manager stacks. Of the normal type: the
+        // compositor gives the keyboard to such a window when it appears, never to a utility one.
+        window_->setProperty("_q_xcb_wm_window_type", QVariant());
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+    } else {
+        // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's
+        // stay-on-top flag would add a second, KDE-only state that other window managers warn
+        // about.
+        window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
+    }
 }
 
 void PanelWindow::applyMargin(int margin) {

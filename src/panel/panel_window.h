@@ -74,6 +74,8 @@ private:
     void ensureWindow();
     void hideOnOutsideClick();
     void applyMargin(int margin);
+    // Bypasses the window manager or leaves the window to it.
+    void applyManagement(bool unmanaged);
 
     AppState& appState_;
     AuthStore& authStore_;
@@ -82,6 +84,7 @@ private:
     std::unique_ptr<x11::InputMonitor> input_;
     // The window bypasses the window manager (see x11::windowManagerIgnoresPositions).
     bool unmanaged_ = false;
+    bool managementChosen_ = false;
     // Since the last hide caused by a click, on the item or outside, or a loss of activation.
     QElapsedTimer sinceClickHide_;
     bool wasActive_ = false;

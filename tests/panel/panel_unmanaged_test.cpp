@@ -136,6 +136,30 @@ TEST_F(PanelUnmanagedTest, AnyOtherManagerKeepsManagingIt) {
     EXPECT_TRUE(windowType(*panel->window()).contains(QStringLiteral("UTILITY")));
 }
 
+TEST_F(PanelUnmanagedTest, FollowsTheManagerThatRunsWhenItIsShown) {
+    start();
+    panel->toggleAt(QPoint(1500, 12));
+    ASSERT_TRUE(waitShown(true));
+    EXPECT_FALSE(overrideRedirect(*panel->window()));
+    panel->toggleAt(QPoint(1500, 12));
+    ASSERT_TRUE(waitShown(false));
+    test::spin(PanelWindow::toggleGraceMs + 50);
+    {
+        // XWayland's manager may come up after the program first showed the panel.
+        const AnnouncedManager manager("wlroots wm");
+        panel->toggleAt(QPoint(1500, 12));
+        ASSERT_TRUE(waitShown(true));
+        EXPECT_TRUE(overrideRedirect(*panel->window()));
+        panel->toggleAt(QPoint(1500, 12));
+        ASSERT_TRUE(waitShown(false));
+        test::spin(PanelWindow::toggleGraceMs + 50);
+    }
+    panel->toggleAt(QPoint(1500, 12));
+    ASSERT_TRUE(waitShown(true));
+    EXPECT_FALSE(overrideRedirect(*panel->window()));
+    EXPECT_TRUE(windowType(*panel->window()).contains(QStringLiteral("UTILITY")));
+}
+
 TEST_F(PanelUnmanagedTest, EscapeHidesItWhileAnotherWindowHoldsTheFocus) {
     AnnouncedManager manager("wlroots wm");
     start();
