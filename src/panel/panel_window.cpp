@@ -113,15 +113,18 @@ void PanelWindow::ensureWindow() {
     format.setAlphaBufferSize(8);
     window_->setFormat(format);
     window_->setColor(Qt::transparent);
-    // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's stay-on-top
-    // flag would add a second, KDE-only state that other window managers warn about.
-    window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
-    window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
+    applyManagement(x11::windowManagerIgnoresPositions());
     window_->installEventFilter(this);
 
-    presses_ = std::make_unique<x11::ButtonPressMonitor>();
-    connect(presses_.get(), &x11::ButtonPressMonitor::pressed, this, [this](QPoint at) {
+    input_ = std::make_unique<x11::InputMonitor>();
+    connect(input_.get(), &x11::InputMonitor::pressed, this, [this](QPoint at) {
         if (isVisible() && !panelGeometry().contains(at)) {
+            hideOnOutsideClick();
+        }
+    });
+    connect(input_.get(), &x11::InputMonitor::escapePressed, this, &PanelWindow::hide);
+    connect(input_.get(), &x11::InputMonitor::focusMoved, this, [this] {
+        if (isVisible()) {
             hideOnOutsideClick();
         }
     });
@@ -139,11 +142,14 @@ void PanelWindow::ensureWindow() {
 
 void PanelWindow::toggleAt(QPoint anchor) {
     if (isVisible()) {
+        sinceClickHide_.start();
         hide();
         return;
     }
-    if (sinceOutsideHide_.isValid() && sinceOutsideHide_.elapsed() < toggleGraceMs) {
-        // The click that hid the panel was on the tray item: it closes, it does not reopen.
+    if (sinceClickHide_.isValid() && sinceClickHide_.elapsed() < toggleGraceMs) {
+        // The click that hid the panel was on the tray item: it closes, it does not reopen,
+        // whether the panel saw it first as a click outside or a host reports it twice (waybar
+        // sends a second Activate for a click that GTK counts as the second of a double click).
         return;
     }
     showAt(anchor);
@@ -155,6 +161,8 @@ void PanelWindow::showAt(QPoint anchor) {
     // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
     const int margin = x11::compositorRunning() ? shadowMargin : 0;
     applyMargin(margin);
+    // The display's window manager too may change (XWayland's starts with the display).
+    applyManagement(x11::windowManagerIgnoresPositions());
     const ScreenArea screen = screenFor(anchor);
     const QRect panel = placement(anchor, screen.geometry, screen.available);
     window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
@@ -162,8 +170,33 @@ void PanelWindow::showAt(QPoint anchor) {
     wasActive_ = false;
     window_->show();
     window_->raise();
+    if (unmanaged_) {
+        // The window manager would hand the focus straight back to the window that holds it.
+        input_->setActive(true, x11::InputMonitor::Scope::buttonsKeysAndFocus);
+        return;
+    }
     window_->requestActivate();
-    presses_->setActive(true);
+    input_->setActive(true);
+}
+
+void PanelWindow::applyManagement(bool unmanaged) {
+    if (managementChosen_ && unmanaged == unmanaged_) {
+        return;
+    }
+    managementChosen_ = true;
+    unmanaged_ = unmanaged;
+    if (unmanaged_) {
+        // Placed where asked, above the windows the manager stacks. Of the normal type: the
+        // compositor gives the keyboard to such a window when it appears, never to a utility one.
+        window_->setProperty("_q_xcb_wm_window_type", QVariant());
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
+    } else {
+        // Above other windows through _NET_WM_STATE_ABOVE (x11::preparePanelWindow): Qt's
+        // stay-on-top flag would add a second, KDE-only state that other window managers warn
+        // about.
+        window_->setProperty("_q_xcb_wm_window_type", x11UtilityWindowType);
+        window_->setFlags(Qt::Window | Qt::FramelessWindowHint);
+    }
 }
 
 void PanelWindow::applyMargin(int margin) {
@@ -185,7 +218,7 @@ void PanelWindow::hide() {
     if (!window_) {
         return;
     }
-    presses_->setActive(false);
+    input_->setActive(false);
     wasActive_ = false;
     window_->hide();
 }
@@ -195,7 +228,7 @@ bool PanelWindow::isVisible() const {
 }
 
 void PanelWindow::hideOnOutsideClick() {
-    sinceOutsideHide_.start();
+    sinceClickHide_.start();
     hide();
 }
 

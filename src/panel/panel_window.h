@@ -12,7 +12,7 @@ class QQuickWindow;
 
 namespace quillon {
 namespace x11 {
-class ButtonPressMonitor;
+class InputMonitor;
 }
 
 class AppState;
@@ -22,9 +22,12 @@ class AuthStore;
 // dashboard, placed under (or above) the item that opened it and hidden again by any click
 // outside it, a click that still reaches whatever it was meant for: the panel never grabs the
 // pointer. It notices such clicks by losing activation, and, on X11, by watching the display's
-// button presses. The window is the 360 x 500 panel itself where no compositor runs; only where
-// one does is a transparent margin for the shadow added around it. The QML engine and the window
-// are built on first use, so a program whose panel is never opened carries neither.
+// button presses. Under a window manager that would centre it whatever it asks, the panel
+// bypasses the window manager; it then never holds the focus itself, and notices Escape and
+// the compositor focusing something else by watching the display too. The window is the 360 x 500
+// panel itself where no compositor runs; only where one does is a transparent margin for the shadow
+// added around it. The QML engine and the window are built on first use, so a program whose panel
+// is never opened carries neither.
 class PanelWindow : public QObject {
     Q_OBJECT
 
@@ -43,7 +46,7 @@ public:
     ~PanelWindow() override;
 
     // Shows the panel placed for `anchor` (screen coordinates), or hides it; ignores a toggle
-    // within 300 ms after the panel hid by losing activation.
+    // within 300 ms after the panel hid by a toggle, a click outside or losing activation.
     void toggleAt(QPoint anchor);
     void showAt(QPoint anchor);
     void hide();
@@ -71,14 +74,19 @@ private:
     void ensureWindow();
     void hideOnOutsideClick();
     void applyMargin(int margin);
+    // Bypasses the window manager or leaves the window to it.
+    void applyManagement(bool unmanaged);
 
     AppState& appState_;
     AuthStore& authStore_;
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickWindow> window_;
-    std::unique_ptr<x11::ButtonPressMonitor> presses_;
-    // Since the last hide caused by a click outside or a loss of activation.
-    QElapsedTimer sinceOutsideHide_;
+    std::unique_ptr<x11::InputMonitor> input_;
+    // The window bypasses the window manager (see x11::windowManagerIgnoresPositions).
+    bool unmanaged_ = false;
+    bool managementChosen_ = false;
+    // Since the last hide caused by a click, on the item or outside, or a loss of activation.
+    QElapsedTimer sinceClickHide_;
     bool wasActive_ = false;
     int margin_ = -1;
 };
