@@ -31,8 +31,11 @@ gnome_enter() {
         unset NO_AT_BRIDGE
         export XDG_RUNTIME_DIR XDG_SESSION_TYPE=wayland GSETTINGS_BACKEND=dconf
         unset DISPLAY WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM GDK_BACKEND
-        DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
+        # The bus and the services it starts write to the log, not among the checks' lines:
+        # the script gets the checks' output back as descriptor 3.
+        DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@" 3>&1 1>&2
     fi
+    exec 1>&3 3>&-
 }
 
 shell_eval() { "${GNOME_SHELL[@]}" eval "$1"; }
