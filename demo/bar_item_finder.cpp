@@ -1,5 +1,7 @@
 #include "bar_item_finder.h"
 
+#include "app/screen_areas.h"
+
 #include <QGuiApplication>
 #include <QPixmap>
 #include <QScreen>
@@ -122,12 +124,12 @@ QRect newItemBox(const QImage& before, const QImage& after) {
 }
 
 BarItemFinder::BarItemFinder() {
-    QScreen* screen = QGuiApplication::primaryScreen();
-    if (screen == nullptr) {
+    const QList<ScreenArea> screens = screenAreas();
+    if (screens.isEmpty()) {
         return;
     }
-    const QRect whole = screen->geometry();
-    const QRect free = screen->availableGeometry();
+    const QRect whole = screens.first().geometry;
+    const QRect free = screens.first().available;
     if (free.top() > whole.top()) {
         bar_ = QRect(whole.left(), whole.top(), whole.width(), free.top() - whole.top());
     } else if (free.bottom() < whole.bottom()) {

@@ -18,8 +18,8 @@ QRect newItemBox(const QImage& before, const QImage& after);
 // Finds the demo's own item in the bar, so that its first panel opens where a click on the item
 // would open it: the bar is pictured before the item is registered, and later again until a new
 // picture in it stands still. Hosts tell a program nothing about where they draw its item, so
-// the bar's picture is all there is; where the bar cannot be pictured (no bar in the screen's
-// work area, or a compositor whose own surfaces the X server cannot read) nothing is found.
+// the bar's picture is all there is; where the bar cannot be pictured (no bar known on the primary
+// screen, or a compositor whose own surfaces the X server cannot read) nothing is found.
 class BarItemFinder {
 public:
     // Pictures the bar of the primary screen now, if it has one.

@@ -1,52 +1,37 @@
 #include "tray/item_anchor.h"
 
+#include "tray/accessible_item_finder.h"
+#include "tray/status_notifier_item.h"
+
 #include <QCursor>
 #include <QGuiApplication>
 
 #include <cstdlib>
+#include <utility>
 
 namespace quillon {
+namespace {
 
-ItemAnchor::Environment ItemAnchor::systemEnvironment() {
-    Environment environment;
-    environment.screens = [] { return screenAreas(); };
-    environment.pointer = [] { return QCursor::pos(); };
-    environment.pointerFollowsClicks = QGuiApplication::platformName() == QLatin1String("xcb") &&
-                                       qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    return environment;
-}
-
-ItemAnchor::ItemAnchor(Environment environment) : environment_(std::move(environment)) {}
-
-bool ItemAnchor::inBar(QPoint point, const QList<ScreenArea>& screens) const {
+bool inBar(QPoint point, const QList<ScreenArea>& screens) {
     const ScreenArea* screen = screenAreaAt(point, screens);
     if (screen == nullptr || screen->available == screen->geometry) {
         return false;
     }
-    const QRect free = screen->available.adjusted(barSlack, barSlack, -barSlack, -barSlack)
+    const QRect free = screen->available
+                           .adjusted(ItemAnchor::barSlack, ItemAnchor::barSlack,
+                                     -ItemAnchor::barSlack, -ItemAnchor::barSlack)
                            .intersected(screen->geometry);
     return !free.contains(point);
 }
 
-std::optional<QPoint> ItemAnchor::trustedPointer(const QList<ScreenArea>& screens) const {
-    if (!environment_.pointer) {
-        return std::nullopt;
-    }
-    const QPoint pointer = environment_.pointer();
-    if (screenAreaAt(pointer, screens) == nullptr) {
-        return std::nullopt;
-    }
-    if (environment_.pointerFollowsClicks || inBar(pointer, screens)) {
-        return pointer;
-    }
-    return std::nullopt;
+// No item is centred on a screen's outermost row or column; (0, y) is a placeholder.
+bool onOuterEdge(QPoint point, const ScreenArea& screen) {
+    const QRect& area = screen.geometry;
+    return point.x() == area.left() || point.x() == area.right() || point.y() == area.top() ||
+           point.y() == area.bottom();
 }
 
-QPoint ItemAnchor::barEdge() const {
-    return barEdge(environment_.screens());
-}
-
-QPoint ItemAnchor::barEdge(const QList<ScreenArea>& screens) {
+QPoint barEdgeOf(const QList<ScreenArea>& screens) {
     if (screens.isEmpty()) {
         return {};
     }
@@ -59,45 +44,155 @@ QPoint ItemAnchor::barEdge(const QList<ScreenArea>& screens) {
     return {x, screen.available.top()};
 }
 
+} // namespace
+
+struct ItemAnchor::State : std::enable_shared_from_this<State> {
+    explicit State(Environment environment) : environment(std::move(environment)) {}
+
+    std::optional<QPoint> trustedPointer(const QList<ScreenArea>& screens) const {
+        if (!environment.pointer) {
+            return std::nullopt;
+        }
+        const QPoint pointer = environment.pointer();
+        if (screenAreaAt(pointer, screens) == nullptr) {
+            return std::nullopt;
+        }
+        if (environment.pointerFollowsClicks || inBar(pointer, screens)) {
+            return pointer;
+        }
+        return std::nullopt;
+    }
+
+    QPoint forMenu() const {
+        const QList<ScreenArea> screens = environment.screens();
+        if (last) {
+            return *last;
+        }
+        if (const auto pointer = trustedPointer(screens)) {
+            return *pointer;
+        }
+        return barEdgeOf(screens);
+    }
+
+    // Starts a lookup of the item unless one is under way or none is possible.
+    void locate() {
+        if (!environment.locate || locating) {
+            return;
+        }
+        locating = true;
+        std::weak_ptr<State> weak = weak_from_this();
+        environment.locate([weak](std::optional<QRect> item) {
+            if (const auto alive = weak.lock()) {
+                alive->located(item);
+            }
+        });
+    }
+
+    void located(std::optional<QRect> item) {
+        locating = false;
+        if (item && item->isValid()) {
+            const QList<ScreenArea> screens = environment.screens();
+            const QPoint centre = item->center();
+            const ScreenArea* screen = screenAreaAt(centre, screens);
+            if (screen != nullptr && !onOuterEdge(centre, *screen) && inBar(centre, screens)) {
+                last = centre;
+            }
+        }
+        const QPoint anchor = forMenu();
+        // A callback may ask for the anchor again; it then finds the list empty.
+        auto done = std::exchange(waiting, {});
+        for (const auto& callback : done) {
+            callback(anchor);
+        }
+    }
+
+    Environment environment;
+    std::optional<QPoint> last;
+    bool locating = false;
+    std::vector<std::function<void(QPoint)>> waiting;
+};
+
+ItemAnchor::Environment ItemAnchor::systemEnvironment() {
+    Environment environment;
+    environment.screens = [] { return screenAreas(); };
+    environment.pointer = [] { return QCursor::pos(); };
+    environment.pointerFollowsClicks = QGuiApplication::platformName() == QLatin1String("xcb") &&
+                                       qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (!environment.pointerFollowsClicks) {
+        // The shell's accessibility tree names the item's button after the item's title.
+        auto finder =
+            std::make_shared<AccessibleItemFinder>(QString::fromLatin1(StatusNotifierItem::title));
+        environment.locate = [finder](const Environment::LocateCallback& done) {
+            finder->find(done);
+        };
+    }
+    return environment;
+}
+
+ItemAnchor::ItemAnchor(Environment environment)
+    : state_(std::make_shared<State>(std::move(environment))) {}
+
+ItemAnchor::~ItemAnchor() = default;
+ItemAnchor::ItemAnchor(ItemAnchor&&) noexcept = default;
+ItemAnchor& ItemAnchor::operator=(ItemAnchor&&) noexcept = default;
+
+QPoint ItemAnchor::barEdge() const {
+    return barEdgeOf(state_->environment.screens());
+}
+
 QPoint ItemAnchor::forClick(QPoint reported) {
-    const QList<ScreenArea> screens = environment_.screens();
-    const std::optional<QPoint> pointer = trustedPointer(screens);
+    State& state = *state_;
+    const QList<ScreenArea> screens = state.environment.screens();
+    const std::optional<QPoint> pointer = state.trustedPointer(screens);
     if (const ScreenArea* screen = screenAreaAt(reported, screens)) {
-        const QRect& area = screen->geometry;
-        const bool onOuterEdge = reported.x() == area.left() || reported.x() == area.right() ||
-                                 reported.y() == area.top() || reported.y() == area.bottom();
         const bool nearPointer = pointer && std::abs(reported.x() - pointer->x()) <= pointerSlack &&
                                  std::abs(reported.y() - pointer->y()) <= pointerSlack;
-        if (!onOuterEdge && (inBar(reported, screens) || nearPointer)) {
-            last_ = reported;
+        if (!onOuterEdge(reported, *screen) && (inBar(reported, screens) || nearPointer)) {
+            state.last = reported;
             return reported;
         }
     }
     if (pointer) {
-        last_ = pointer;
+        state.last = pointer;
         return *pointer;
     }
-    return last_ ? *last_ : barEdge(screens);
+    return state.last ? *state.last : barEdgeOf(screens);
 }
 
 void ItemAnchor::noteMenuOpened() {
-    const QList<ScreenArea> screens = environment_.screens();
+    State& state = *state_;
     // The click that opened the menu was on the item; under XWayland the pointer counts only
     // within a bar.
-    if (const auto pointer = trustedPointer(screens)) {
-        last_ = pointer;
+    if (const auto pointer = state.trustedPointer(state.environment.screens())) {
+        state.last = pointer;
+        return;
     }
+    state.locate();
 }
 
 QPoint ItemAnchor::forMenu() {
-    const QList<ScreenArea> screens = environment_.screens();
-    if (last_) {
-        return *last_;
+    return state_->forMenu();
+}
+
+void ItemAnchor::forMenu(std::function<void(QPoint)> done) {
+    State& state = *state_;
+    // A host that did not say the menu was opening: nothing is known yet, so look now.
+    if (!state.last && !state.trustedPointer(state.environment.screens())) {
+        state.locate();
     }
-    if (const auto pointer = trustedPointer(screens)) {
-        return *pointer;
+    if (state.locating) {
+        state.waiting.push_back(std::move(done));
+        return;
     }
-    return barEdge(screens);
+    done(state.forMenu());
+}
+
+bool ItemAnchor::locating() const {
+    return state_->locating;
+}
+
+std::optional<QPoint> ItemAnchor::lastItemPosition() const {
+    return state_->last;
 }
 
 } // namespace quillon

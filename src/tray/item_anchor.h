@@ -7,14 +7,18 @@
 #include <QRect>
 
 #include <functional>
+#include <memory>
 #include <optional>
+#include <vector>
 
 namespace quillon {
 
 // Where the item sits, for placing the panel under it. Hosts differ in what they tell: most
 // send the click's point with Activate, MATE's notification area sends (0, y), waybar a point
-// relative to itself, GNOME's menu nothing at all; on X11 the pointer is where the click was,
-// while under XWayland it stays wherever it last crossed an X11 window. The rule:
+// relative to its icon, GNOME's menu nothing at all; on X11 the pointer is where the click was,
+// while under XWayland it stays wherever it last crossed an X11 window. Where the pointer cannot
+// be trusted, the menu's opening also starts a lookup of where the shell draws the item
+// (Environment::locate), and a command from the menu waits for its answer. The rule:
 //
 //  1. A reported point counts when it lies on a screen but not on its outermost row or column
 //     (no item is centred there; (0, y) is a placeholder), and either within a bar of that
@@ -22,7 +26,8 @@ namespace quillon {
 //     where the pointer can be trusted.
 //  2. Otherwise the pointer, where it can be trusted: always on an X11 session, under XWayland
 //     only when it lies within a bar.
-//  3. Otherwise the last item position found by 1 or 2 (also remembered when the menu opens).
+//  3. Otherwise the last item position found by 1 or 2 (also remembered when the menu opens),
+//     or by a lookup: the middle of the item's rectangle, when that lies within a bar.
 //  4. Otherwise the middle of the bar's edge of the primary screen (the top edge where no bar
 //     is known).
 //
@@ -39,6 +44,11 @@ public:
         // false, it is stale over the compositor's own surfaces).
         std::function<QPoint()> pointer;
         bool pointerFollowsClicks = true;
+        // Looks up where the shell draws the item and calls back once, within a bounded time,
+        // with the item's rectangle on screen or with nothing. Unset where there is no such
+        // source.
+        using LocateCallback = std::function<void(std::optional<QRect>)>;
+        std::function<void(LocateCallback)> locate;
     };
 
     // How far around a bar, and around the pointer, a point still counts.
@@ -49,24 +59,31 @@ public:
     static Environment systemEnvironment();
 
     explicit ItemAnchor(Environment environment = systemEnvironment());
+    ~ItemAnchor();
+    ItemAnchor(ItemAnchor&&) noexcept;
+    ItemAnchor& operator=(ItemAnchor&&) noexcept;
+    ItemAnchor(const ItemAnchor&) = delete;
+    ItemAnchor& operator=(const ItemAnchor&) = delete;
 
     // The anchor for a click on the item that the host reported at `reported`.
     QPoint forClick(QPoint reported);
-    // The menu is opening: the pointer is on the item if anywhere useful.
+    // The menu is opening: the pointer is on the item if anywhere useful; where it cannot be
+    // trusted, a lookup of the item starts (unless one is under way).
     void noteMenuOpened();
-    // The anchor for a command chosen from the menu, which carries no point.
+    // The anchor for a command chosen from the menu, which carries no point, as known now.
     QPoint forMenu();
-    std::optional<QPoint> lastItemPosition() const { return last_; }
+    // The same, handed to `done` once a lookup under way has answered; at once when none is.
+    void forMenu(std::function<void(QPoint)> done);
+    // Whether a lookup of the item is under way.
+    bool locating() const;
+    std::optional<QPoint> lastItemPosition() const;
     // The last resort of the rule: the middle of the primary screen's bar edge.
     QPoint barEdge() const;
 
 private:
-    bool inBar(QPoint point, const QList<ScreenArea>& screens) const;
-    std::optional<QPoint> trustedPointer(const QList<ScreenArea>& screens) const;
-    static QPoint barEdge(const QList<ScreenArea>& screens);
-
-    Environment environment_;
-    std::optional<QPoint> last_;
+    // Shared with the callback of a lookup, which may answer after the anchor has moved or gone.
+    struct State;
+    std::shared_ptr<State> state_;
 };
 
 } // namespace quillon

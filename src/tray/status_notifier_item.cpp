@@ -15,7 +15,6 @@ namespace quillon {
 namespace {
 
 constexpr auto applicationId = "quillon";
-constexpr auto title = "Quillon";
 
 SniIconPixmaps toSniIconPixmaps(const QList<QImage>& images) {
     SniIconPixmaps pixmaps;
@@ -143,7 +142,7 @@ public:
 
     QString category() const { return QStringLiteral("ApplicationStatus"); }
     QString id() const { return QString::fromLatin1(applicationId); }
-    QString title() const { return QString::fromLatin1(quillon::title); }
+    QString title() const { return QString::fromLatin1(StatusNotifierItem::title); }
     QString status() const { return QStringLiteral("Active"); }
     int windowId() const { return 0; }
     QString emptyText() const { return {}; }
@@ -227,7 +226,8 @@ SniToolTip StatusNotifierItem::toolTip() const {
     if (!toolTipDetails_.isEmpty()) {
         text += (text.isEmpty() ? QString() : QStringLiteral("\n")) + toolTipDetails_;
     }
-    return SniToolTip{iconName(), iconPixmaps_, QString::fromLatin1(title), text};
+    return SniToolTip{iconName(), iconPixmaps_, QString::fromLatin1(StatusNotifierItem::title),
+                      text};
 }
 
 void StatusNotifierItem::setToolTipDetails(const QString& details) {

@@ -27,6 +27,8 @@ public:
     static constexpr auto interfaceName = "org.kde.StatusNotifierItem";
     static constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
     static constexpr auto watcherPath = "/StatusNotifierWatcher";
+    // The item's title, which hosts may also give the item's button as its accessible name.
+    static constexpr auto title = "Quillon";
     // The widest label, so that panels can reserve its room.
     static constexpr auto labelGuide = " C:100% X:100%";
 

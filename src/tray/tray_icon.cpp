@@ -88,8 +88,13 @@ void TrayIcon::menuOpening() {
 }
 
 void TrayIcon::run(TrayCommand command) {
-    runTrayCommand(actions_, command,
-                   command == TrayCommand::openPanel ? anchor_.forMenu() : QPoint());
+    if (command != TrayCommand::openPanel) {
+        runTrayCommand(actions_, command, QPoint());
+        return;
+    }
+    // Where the item is may still be being looked up; the answer comes within moments.
+    anchor_.forMenu(
+        [this](QPoint anchor) { runTrayCommand(actions_, TrayCommand::openPanel, anchor); });
 }
 
 void TrayIcon::setMode(Mode mode) {

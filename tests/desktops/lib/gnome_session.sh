@@ -26,10 +26,16 @@ gnome_enter() {
         export XDG_DATA_HOME="$HOME/.local/share" XDG_STATE_HOME="$HOME/.local/state"
         mkdir -p "$XDG_CONFIG_HOME" "$XDG_CACHE_HOME" "$XDG_DATA_HOME" "$XDG_STATE_HOME"
         XDG_RUNTIME_DIR=$(mktemp -d)
-        export XDG_RUNTIME_DIR XDG_SESSION_TYPE=wayland NO_AT_BRIDGE=1 GSETTINGS_BACKEND=dconf
+        # The shell's accessibility bridge stays on, as in a user's session: the accessibility
+        # bus is where Quillon finds its item in the top bar.
+        unset NO_AT_BRIDGE
+        export XDG_RUNTIME_DIR XDG_SESSION_TYPE=wayland GSETTINGS_BACKEND=dconf
         unset DISPLAY WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM GDK_BACKEND
-        DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@"
+        # The bus and the services it starts write to the log, not among the checks' lines:
+        # the script gets the checks' output back as descriptor 3.
+        DESKTOP_BUS=1 exec dbus-run-session -- bash "$0" "$@" 3>&1 1>&2
     fi
+    exec 1>&3 3>&-
 }
 
 shell_eval() { "${GNOME_SHELL[@]}" eval "$1"; }
