@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QImage>
+#include <QTemporaryDir>
 
 #include <sys/stat.h>
 
@@ -22,10 +23,18 @@ long modifiedSecond(const QString& path) {
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 ? status.st_mtime : -1;
 }
 
-// The folder lives in the runtime folder of the test's environment.
+// The folder lives in a runtime folder of the test's own, so nothing is left in the tester's.
 class NamedIconTest : public ::testing::Test {
 protected:
-    QString folder = symbolicIconThemePath();
+    NamedIconTest() : previousRuntime(qgetenv("XDG_RUNTIME_DIR")) {
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+        folder = symbolicIconThemePath();
+    }
+    ~NamedIconTest() override { qputenv("XDG_RUNTIME_DIR", previousRuntime); }
+
+    QByteArray previousRuntime;
+    QTemporaryDir runtime;
+    QString folder;
 };
 
 TEST_F(NamedIconTest, WritesEverySideIntoTheThemeAndTheLargestLoose) {
@@ -35,6 +44,7 @@ TEST_F(NamedIconTest, WritesEverySideIntoTheThemeAndTheLargestLoose) {
     EXPECT_EQ(QImage(folder + "/hicolor/48x48/apps/quillon_test_a.png").pixelColor(3, 3),
               QColor(Qt::blue));
     EXPECT_EQ(QImage(folder + "/quillon_test_a.png").size(), QSize(48, 48));
+    EXPECT_TRUE(folder.startsWith(runtime.path()));
     // The idle icon stays.
     EXPECT_TRUE(QFileInfo::exists(folder + "/quillon-symbolic.svg"));
 }
