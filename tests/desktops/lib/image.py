@@ -15,10 +15,12 @@
                                            than N (80) from the region's most common colour
     image.py colours IMG X Y W H           counts of strongly green, yellow and red pixels
     image.py crop IMG X Y W H OUT [SCALE]  writes the region, enlarged SCALE times
-    image.py ocr IMG [X Y W H] [--no-picture]
+    image.py ocr IMG [X Y W H] [--no-picture] [--chars CHARS]
                                            the words tesseract reads in the region, one a line:
                                            "WORD X Y W H" in image coordinates; --no-picture
-                                           leaves a coloured picture in the region unread
+                                           leaves a coloured picture in the region unread;
+                                           --chars reads only those characters (a text of known
+                                           alphabet, where look-alike letters would be read)
 """
 import subprocess
 import sys
@@ -178,13 +180,14 @@ def without_picture(crop):
     return crop
 
 
-def ocr(image, box, scale=4, picture=True):
+def ocr(image, box, scale=4, picture=True, chars=None):
     crop = image.crop(box)
     crop = ink(crop if picture else without_picture(crop))
     crop = crop.resize((crop.width * scale, crop.height * scale), Image.LANCZOS)
     with tempfile.NamedTemporaryFile(suffix=".png") as tmp:
         crop.save(tmp.name)
-        out = subprocess.run(["tesseract", tmp.name, "-", "--psm", "11", "tsv"],
+        only = ["-c", "tessedit_char_whitelist=" + chars] if chars else []
+        out = subprocess.run(["tesseract", tmp.name, "-", "--psm", "11", *only, "tsv"],
                              capture_output=True, text=True, check=False).stdout
     words = []
     for line in out.splitlines()[1:]:
@@ -238,8 +241,13 @@ def main(argv):
     elif command == "ocr":
         picture = "--no-picture" not in rest
         rest = [arg for arg in rest if arg != "--no-picture"]
+        chars = None
+        if "--chars" in rest:
+            at = rest.index("--chars")
+            chars = rest[at + 1]
+            del rest[at:at + 2]
         image = load(rest[0])
-        for word in ocr(image, region(image, rest[1:]), picture=picture):
+        for word in ocr(image, region(image, rest[1:]), picture=picture, chars=chars):
             print(*word)
     else:
         print(__doc__, file=sys.stderr)

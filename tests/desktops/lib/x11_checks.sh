@@ -48,10 +48,11 @@ check_item_visible() {
 check_figures_visible() {
     [ -n "$ITEM" ] || { echo "no item"; return 1; }
     if [ "${LABEL_HOST:-0}" = 1 ]; then
-        # The icon sits close to the label: read as letters, it would run into the first word.
+        # The icon sits close to the label: read as letters, it would run into the first word. The
+        # label's alphabet is known, and without it tesseract reads X as K now and then.
         local words text
         words=$("${IMAGE[@]}" ocr "$DESKTOP_OUT/closed.png" \
-            $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H" --no-picture)
+            $((ITEM_X - 4)) "$BAR_Y" $((ITEM_W + 8)) "$BAR_H" --no-picture --chars "CX:%0123456789")
         text=$(awk '{printf "%s ", $1}' <<<"$words")
         case "$text" in
         *C:42%*X:17%*) ;;
