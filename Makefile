@@ -14,7 +14,7 @@ export TSAN_OPTIONS ?= suppressions=$(CURDIR)/tests/sanitizers/tsan.supp:halt_on
 # The tests that exercise threads: the refresh cycle and the tray item.
 space := $(subst ,, )
 TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test tray_icon_activation_test \
-    dbus_menu_test title_subscription_test
+    dbus_menu_test title_subscription_test item_anchor_lookup_test accessible_item_finder_test
 
 DESKTOPS ?=
 
