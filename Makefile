@@ -18,7 +18,8 @@ TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test tray_icon_a
 
 DESKTOPS ?=
 
-.PHONY: all deps configure build run demo test test-desktops test-asan test-tsan fuzz tidy package clean format
+.PHONY: all deps configure build run demo test test-desktops test-asan test-tsan fuzz tidy package clean format \
+    debian13
 
 all: build
 
@@ -75,6 +76,12 @@ tidy: configure
 package: build
 	@cpack --config $(BUILD_DIR)/CPackConfig.cmake -B build/package
 	@ls build/package/*.deb
+
+# Make goals run on Debian 13, in a system made with debootstrap and kept between runs (root
+# only): make debian13 GOALS="test", or GOALS="test-desktops DESKTOPS=gnome".
+GOALS ?= test
+debian13:
+	@scripts/in-debian.sh trixie $(GOALS)
 
 format:
 	@git ls-files '*.cpp' '*.h' | xargs clang-format -i

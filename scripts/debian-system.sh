@@ -8,9 +8,10 @@
 #
 #   debian-system.sh ensure RELEASE NAME      make the system if it is missing; print its folder
 #   debian-system.sh fresh RELEASE NAME       make it anew from the bare tarball; print its folder
-#   debian-system.sh run RELEASE NAME [--bind DIR]... -- COMMAND...
+#   debian-system.sh run RELEASE NAME [--bind DIR]... [--env VAR=VALUE]... -- COMMAND...
 #                                              run COMMAND inside, as root, in DIR's folder when
-#                                              bound (the first --bind is the working folder)
+#                                              bound (the first --bind is the working folder),
+#                                              with a clean environment plus the VARs given
 #   debian-system.sh path RELEASE NAME        print its folder
 #
 # A bare system holds what a user's fresh install of RELEASE holds at least: the minimal base,
@@ -81,9 +82,11 @@ fresh)
 run)
     [ -x "$root/bin/sh" ] || die "no system $release-$name: make it with 'ensure' first"
     binds=()
+    envs=()
     while [ $# -gt 0 ] && [ "$1" != -- ]; do
         case "$1" in
         --bind) binds+=("$(cd "$2" && pwd)"); shift 2 ;;
+        --env) envs+=("$2"); shift 2 ;;
         *) die "unknown option $1" ;;
         esac
     done
@@ -102,11 +105,13 @@ run)
         mkdir -p "$root/run"; mount -t tmpfs tmpfs "$root/run"
         while [ "$1" != -- ]; do mkdir -p "$root$1"; mount --bind "$1" "$root$1"; shift; done
         shift
-        cd "$root$workdir" 2>/dev/null || true
+        envs=()
+        while [ "$1" != -- ]; do envs+=("$1"); shift; done
+        shift
         exec chroot "$root" /usr/bin/env -i HOME=/root TERM="${TERM:-dumb}" LANG=C.UTF-8 \
             PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin CI="${CI:-}" \
-            /bin/bash -c "cd \"\$0\" && exec \"\$@\"" "$workdir" "$@"
-    ' bash "$root" "$workdir" "${binds[@]}" -- "$@"
+            "${envs[@]}" /bin/bash -c "cd \"\$0\" && exec \"\$@\"" "$workdir" "$@"
+    ' bash "$root" "$workdir" "${binds[@]}" -- "${envs[@]}" -- "$@"
     ;;
 *) die "unknown action $action" ;;
 esac

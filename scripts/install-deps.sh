@@ -6,7 +6,7 @@ source "$(dirname "$0")/lib/apt.sh"
 
 packages=(
     # toolchain
-    cmake ninja-build g++ pkg-config clang libclang-rt-14-dev clang-tidy clang-format
+    cmake ninja-build g++ pkg-config clang libclang-rt-dev clang-tidy clang-format
     # libraries
     qt6-base-dev qt6-declarative-dev qt6-svg-dev qt6-qpa-plugins libgl-dev
     qml6-module-qtquick qml6-module-qtquick-window qml6-module-qtquick-controls

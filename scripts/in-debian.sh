@@ -1,0 +1,46 @@
+#!/usr/bin/env bash
+# Runs make goals on a copy of this working tree inside a Debian system of another release (made
+# and kept by debian-system.sh), as a user of that release would run them: `make test` on
+# Debian 13, say. The copy lives in the system at /srv/<this folder's name> (one copy per working
+# tree, so trees side by side never overwrite each other) and keeps its build folders between
+# runs; what the goals leave in its build/desktops comes back to build/<release>/desktops here.
+# With CMAKE_CXX_COMPILER_LAUNCHER=ccache set, the system's builds share a compiler cache of their
+# own, kept beside the system.
+#
+#   in-debian.sh RELEASE GOAL... [VAR=value...]
+set -euo pipefail
+release=${1:?usage: in-debian.sh RELEASE GOAL... [VAR=value...]}
+shift
+repo=$(cd "$(dirname "$0")/.." && pwd)
+system="$repo/scripts/debian-system.sh"
+root=$("$system" ensure "$release" build)
+
+# The tree as git sees it (tracked and new files, never what .gitignore leaves out), copied over
+# the previous copy; the copy's build folders stay.
+name=$(basename "$repo")
+copy="$root/srv/$name"
+mkdir -p "$copy"
+find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+(cd "$repo" && git ls-files -z --cached --others --exclude-standard |
+    xargs -0 -r sh -c 'for f; do [ -e "$f" ] && printf "%s\0" "$f"; done' sh |
+    tar --null -T - -cf -) | tar -xf - -C "$copy"
+
+run=(--env "QUILLON_WERROR=${QUILLON_WERROR:-}")
+if [ "${CMAKE_CXX_COMPILER_LAUNCHER:-}" = ccache ]; then
+    cache="$(dirname "$root")/$release-ccache"
+    mkdir -p "$cache"
+    "$system" run "$release" build -- sh -c 'command -v ccache >/dev/null ||
+        DEBIAN_FRONTEND=noninteractive apt-get install -y -qq ccache >/dev/null'
+    run+=(--bind "$cache" --env CCACHE_DIR="$cache" --env CCACHE_BASEDIR=/srv
+        --env CCACHE_NOHASHDIR=1 --env CMAKE_CXX_COMPILER_LAUNCHER=ccache
+        --env CMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+
+status=0
+"$system" run "$release" build "${run[@]}" -- make -C "/srv/$name" "$@" || status=$?
+if [ -d "$copy/build/desktops" ]; then
+    mkdir -p "$repo/build/$release"
+    rm -rf "$repo/build/$release/desktops"
+    cp -a "$copy/build/desktops" "$repo/build/$release/desktops"
+fi
+exit "$status"
