@@ -18,7 +18,7 @@ TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test tray_icon_a
 
 DESKTOPS ?=
 
-.PHONY: all deps configure build run demo test test-desktops test-asan test-tsan fuzz tidy package clean format \
+.PHONY: all deps configure build run demo test test-desktops gnome-extension test-asan test-tsan fuzz tidy package clean format \
     debian13
 
 all: build
@@ -35,8 +35,21 @@ build: configure
 run: build
 	$(BUILD_DIR)/src/app/quillon
 
-test: build
+test: build gnome-shell/node_modules/.installed
 	@scripts/run-tests.sh $(BUILD_DIR)
+
+# ESLint for the GNOME Shell extension, as the lockfile pins it.
+gnome-shell/node_modules/.installed: gnome-shell/package-lock.json
+	@cd gnome-shell && npm ci --no-audit --no-fund --loglevel=error >/dev/null
+	@touch $@
+
+# Quillon's GNOME Shell extension for this user, from this checkout, in the variant that fits
+# the installed GNOME Shell.
+gnome-extension:
+	@gnome-shell/build.sh "$${XDG_DATA_HOME:-$$HOME/.local/share}/gnome-shell/extensions/quillon@quillon.org" auto
+	@echo "Installed Quillon's GNOME Shell extension. Turn it on with:"
+	@echo "    gnome-extensions enable quillon@quillon.org"
+	@echo "On Wayland, GNOME Shell sees a new extension after you log out and in again."
 
 # The demo build under real panel hosts, each headless (DESKTOPS="xfce tint2" picks some);
 # screenshots and logs in build/desktops/<host>/.

@@ -18,6 +18,11 @@ packages=(
     xvfb xauth dbus dbus-bin xdotool x11-utils
     # the panel speaks to the X server for its hints and its outside-click watch
     libxcb1-dev libxcb-xinput-dev
+    # the GNOME Shell extension's unit tests
+    gjs
 )
+# ESLint for the GNOME Shell extension runs on Node.js; a node and npm installed otherwise (a
+# newer release from elsewhere, say) serve as well as Debian's.
+command -v npm >/dev/null 2>&1 || packages+=(nodejs npm)
 
 install_missing "${packages[@]}"

@@ -22,17 +22,20 @@ lxqt=(lxqt-panel openbox)
 # ---- end of X11 hosts ----
 
 # ---- Wayland hosts ----
-# GNOME Shell with the AppIndicator extension, XWayland for the X11 clients, python3-gi to talk
-# to the shell, iproute2 for the loopback of its own network namespace.
+# GNOME Shell with Quillon's extension (and the AppIndicator extension for the hosts that add
+# it), XWayland for the X11 clients, python3-gi to talk to the shell, iproute2 for the loopback
+# of its own network namespace.
 gnome=(gnome-shell gnome-shell-extension-appindicator xwayland dconf-gsettings-backend
     python3-gi iproute2)
+gnome_appindicator=("${gnome[@]}")
+gnome_appindicator_only=("${gnome[@]}")
 # sway with waybar's tray, XWayland for the X11 clients, grim for screenshots, wtype for keys,
 # setpriv and useradd to run it as a user of its own (sway refuses root).
 sway=(sway swaybg waybar xwayland grim wtype iproute2 util-linux passwd)
 # ---- end of Wayland hosts ----
 
 hosts=("$@")
-[ ${#hosts[@]} -gt 0 ] || hosts=(gnome plasma xfce mate mate-indicator sway tint2 cinnamon lxqt)
+[ ${#hosts[@]} -gt 0 ] || hosts=(gnome gnome-appindicator gnome-appindicator-only plasma xfce mate mate-indicator sway tint2 cinnamon lxqt)
 packages=("${common[@]}")
 for host in "${hosts[@]}"; do
     declare -n host_packages="${host//-/_}"

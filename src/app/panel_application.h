@@ -3,6 +3,7 @@
 #include "app/app_services.h"
 #include "app/app_state.h"
 #include "app/auth_store.h"
+#include "app/unseen_notice.h"
 #include "bus/quillon_bus.h"
 #include "panel/panel_window.h"
 #include "tray/title_subscription.h"
@@ -32,6 +33,9 @@ public:
     QuillonBus& bus() { return bus_; }
 
 private:
+    // The tray menu's lines of figures, which the bus offers to shells that draw the menu.
+    QStringList menuRows();
+
     AuthStore authStore_;
     SettingsFile settingsFile_;
     AppState appState_;
@@ -39,6 +43,7 @@ private:
     TrayIcon tray_;
     TitleSubscription titles_;
     QuillonBus bus_;
+    UnseenNotice unseen_;
 };
 
 } // namespace quillon

@@ -7,6 +7,9 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusMessage>
 
+#include <algorithm>
+#include <utility>
+
 namespace quillon {
 
 // The org.quillon.Quillon1 interface. The introspection data is written out so that every
@@ -21,14 +24,36 @@ class QuillonBusAdaptor : public QDBusAbstractAdaptor {
                 "    <property name=\"Claude\" type=\"a{sv}\" access=\"read\"/>\n"
                 "    <property name=\"Codex\" type=\"a{sv}\" access=\"read\"/>\n"
                 "    <property name=\"AlertThresholds\" type=\"ax\" access=\"read\"/>\n"
+                "    <property name=\"MenuRows\" type=\"as\" access=\"read\"/>\n"
+                "    <property name=\"PanelVisible\" type=\"b\" access=\"read\"/>\n"
                 "    <method name=\"Refresh\"/>\n"
                 "    <method name=\"ShowPanel\"/>\n"
+                "    <method name=\"ShowPanelAt\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"width\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"height\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"TogglePanelAt\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"width\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"height\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"HidePanel\"/>\n"
+                "    <method name=\"PressedAt\">\n"
+                "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
+                "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
+                "    </method>\n"
+                "    <method name=\"Quit\"/>\n"
                 "  </interface>\n")
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(qlonglong LastUpdated READ lastUpdated)
     Q_PROPERTY(QVariantMap Claude READ claude)
     Q_PROPERTY(QVariantMap Codex READ codex)
     Q_PROPERTY(QList<qlonglong> AlertThresholds READ alertThresholds)
+    Q_PROPERTY(QStringList MenuRows READ menuRows)
+    Q_PROPERTY(bool PanelVisible READ panelVisible)
 
 public:
     explicit QuillonBusAdaptor(QuillonBus* bus) : QDBusAbstractAdaptor(bus), bus_(bus) {
@@ -42,12 +67,35 @@ public:
     QList<qlonglong> alertThresholds() const {
         return value("AlertThresholds").value<QList<qlonglong>>();
     }
+    QStringList menuRows() const { return value("MenuRows").toStringList(); }
+    bool panelVisible() const { return value("PanelVisible").toBool(); }
 
 public slots:
     void Refresh() { bus_->refresh(); }
-    void ShowPanel() { bus_->showPanel(); }
+    void ShowPanel() { run(bus_->actions().showPanel); }
+    void ShowPanelAt(int x, int y, int width, int height) {
+        run(bus_->actions().showPanelUnder, rectangle(x, y, width, height));
+    }
+    void TogglePanelAt(int x, int y, int width, int height) {
+        run(bus_->actions().togglePanelUnder, rectangle(x, y, width, height));
+    }
+    void HidePanel() { run(bus_->actions().hidePanel); }
+    void PressedAt(int x, int y) { run(bus_->actions().pressedAt, QPoint(x, y)); }
+    void Quit() { run(bus_->actions().quit); }
 
 private:
+    template <typename Action, typename... Args>
+    static void run(const Action& action, Args&&... args) {
+        if (action) {
+            action(std::forward<Args>(args)...);
+        }
+    }
+
+    // A rectangle as a client sends it; one of no size stands for its corner.
+    static QRect rectangle(int x, int y, int width, int height) {
+        return {x, y, std::max(width, 1), std::max(height, 1)};
+    }
+
     QVariant value(const char* name) const {
         return bus_->properties().value(QString::fromLatin1(name));
     }
@@ -55,9 +103,8 @@ private:
     QuillonBus* bus_;
 };
 
-QuillonBus::QuillonBus(AppState& state, std::function<void()> showPanel, QDBusConnection bus,
-                       QObject* parent)
-    : QObject(parent), state_(state), showPanel_(std::move(showPanel)), bus_(std::move(bus)) {
+QuillonBus::QuillonBus(AppState& state, BusActions actions, QDBusConnection bus, QObject* parent)
+    : QObject(parent), state_(state), actions_(std::move(actions)), bus_(std::move(bus)) {
     adaptor_ = new QuillonBusAdaptor(this);
     announced_ = properties();
     // One state change often comes as several signals in a row (both providers, then the time of
@@ -84,18 +131,19 @@ QuillonBus::~QuillonBus() {
 }
 
 QVariantMap QuillonBus::properties() const {
-    return busProperties(state_.claudeUsage(), state_.codexUsage(), state_.lastUpdated(),
-                         state_.settings().notifications);
+    QVariantMap all = busProperties(state_.claudeUsage(), state_.codexUsage(), state_.lastUpdated(),
+                                    state_.settings().notifications);
+    all.insert(QStringLiteral("MenuRows"), actions_.menuRows ? actions_.menuRows() : QStringList());
+    all.insert(QStringLiteral("PanelVisible"), actions_.panelVisible && actions_.panelVisible());
+    return all;
 }
 
 void QuillonBus::refresh() {
     state_.refreshAll();
 }
 
-void QuillonBus::showPanel() {
-    if (showPanel_) {
-        showPanel_();
-    }
+void QuillonBus::announce() {
+    announce_.start();
 }
 
 void QuillonBus::announceChanges() {

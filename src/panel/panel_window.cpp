@@ -64,6 +64,14 @@ QRect PanelWindow::placement(QPoint anchor, QRect screenGeometry, QRect availabl
     return {left, top, panelWidth, panelHeight};
 }
 
+QRect PanelWindow::placementUnder(QRect item, QRect screenGeometry) {
+    const int left = item.center().x() - panelWidth / 2;
+    if (item.center().y() < screenGeometry.center().y()) {
+        return {left, item.bottom() + 1 + barGap, panelWidth, panelHeight};
+    }
+    return {left, item.top() - barGap - panelHeight, panelWidth, panelHeight};
+}
+
 QRect PanelWindow::panelGeometry() const {
     if (!window_) {
         return {};
@@ -141,6 +149,14 @@ void PanelWindow::ensureWindow() {
 }
 
 void PanelWindow::toggleAt(QPoint anchor) {
+    toggle([this, anchor] { showAt(anchor); });
+}
+
+void PanelWindow::toggleUnder(QRect item) {
+    toggle([this, item] { showUnder(item); });
+}
+
+void PanelWindow::toggle(const std::function<void()>& show) {
     if (isVisible()) {
         sinceClickHide_.start();
         hide();
@@ -152,10 +168,25 @@ void PanelWindow::toggleAt(QPoint anchor) {
         // sends a second Activate for a click that GTK counts as the second of a double click).
         return;
     }
-    showAt(anchor);
+    show();
 }
 
 void PanelWindow::showAt(QPoint anchor) {
+    const ScreenArea screen = screenFor(anchor);
+    showPlaced(placement(anchor, screen.geometry, screen.available));
+}
+
+void PanelWindow::showUnder(QRect item) {
+    showPlaced(placementUnder(item, screenFor(item.center()).geometry));
+}
+
+void PanelWindow::pressedAt(QPoint point) {
+    if (isVisible() && !panelGeometry().contains(point)) {
+        hideOnOutsideClick();
+    }
+}
+
+void PanelWindow::showPlaced(QRect panel) {
     ensureWindow();
     // Without a compositor transparent pixels show black: the window is then the panel alone,
     // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
@@ -163,8 +194,6 @@ void PanelWindow::showAt(QPoint anchor) {
     applyMargin(margin);
     // The display's window manager too may change (XWayland's starts with the display).
     applyManagement(x11::windowManagerIgnoresPositions());
-    const ScreenArea screen = screenFor(anchor);
-    const QRect panel = placement(anchor, screen.geometry, screen.available);
     window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
     x11::preparePanelWindow(*window_, margin);
     wasActive_ = false;

@@ -5,6 +5,7 @@
 #include <QPoint>
 #include <QRect>
 
+#include <functional>
 #include <memory>
 
 class QQmlEngine;
@@ -49,7 +50,14 @@ public:
     // within 300 ms after the panel hid by a toggle, a click outside or losing activation.
     void toggleAt(QPoint anchor);
     void showAt(QPoint anchor);
+    // The same for a shell that knows its own button's rectangle on screen: the panel goes
+    // centred under it (above it, for a button in the lower half of its screen), 8 px away.
+    void toggleUnder(QRect item);
+    void showUnder(QRect item);
     void hide();
+    // A press that the desktop saw at `point` (screen coordinates), wherever it went: an open
+    // panel closes unless the press was on it. For shells whose own surfaces no X11 client sees.
+    void pressedAt(QPoint point);
     bool isVisible() const;
     // For tests and screenshots; creates the window on first use.
     QQuickWindow* window();
@@ -59,6 +67,10 @@ public:
     // its top edge 8 px below the bar, with the bar at the bottom its bottom edge 8 px above it.
     // A screen whose available area is the whole screen has no known bar: the click stands in.
     static QRect placement(QPoint anchor, QRect screenGeometry, QRect availableGeometry);
+    // Where the visible panel goes under (or above) an item with this rectangle: centred on it
+    // and never clamped, 8 px from the item's bottom edge when the item lies in the upper half
+    // of the screen, else 8 px from its top edge.
+    static QRect placementUnder(QRect item, QRect screenGeometry);
     // The visible panel on screen (the window without its shadow margin).
     QRect panelGeometry() const;
     // The transparent margin of the window as last shown: shadowMargin or 0.
@@ -72,6 +84,9 @@ protected:
 
 private:
     void ensureWindow();
+    void toggle(const std::function<void()>& show);
+    // Shows the visible panel at `panel` (screen coordinates).
+    void showPlaced(QRect panel);
     void hideOnOutsideClick();
     void applyMargin(int margin);
     // Bypasses the window manager or leaves the window to it.

@@ -143,7 +143,9 @@ public:
     QString category() const { return QStringLiteral("ApplicationStatus"); }
     QString id() const { return QString::fromLatin1(applicationId); }
     QString title() const { return QString::fromLatin1(StatusNotifierItem::title); }
-    QString status() const { return QStringLiteral("Active"); }
+    QString status() const {
+        return item_->isPassive() ? QStringLiteral("Passive") : QStringLiteral("Active");
+    }
     int windowId() const { return 0; }
     QString emptyText() const { return {}; }
     QDBusObjectPath menu() const { return item_->menu(); }
@@ -267,6 +269,15 @@ void StatusNotifierItem::show(const QString& label, const TrayFigures& figures) 
     emit adaptor_->NewToolTip();
     changed << QStringLiteral("ToolTip");
     announceChanged(changed);
+}
+
+void StatusNotifierItem::setPassive(bool passive) {
+    if (passive == passive_) {
+        return;
+    }
+    passive_ = passive;
+    emit adaptor_->NewStatus(adaptor_->status());
+    announceChanged({QStringLiteral("Status")});
 }
 
 void StatusNotifierItem::announceAll() {

@@ -56,6 +56,10 @@ public:
     // Further lines of the tooltip under the label's text (the pace of each window); a change is
     // announced on the bus.
     void setToolTipDetails(const QString& details);
+    // A passive item ("Passive" status) is one that hosts may leave out of the bar: for while
+    // the desktop shows Quillon's figures by other means. A change is announced on the bus.
+    void setPassive(bool passive);
+    bool isPassive() const { return passive_; }
     // Sends every property in one PropertiesChanged, for a host that lost its copy.
     void announceAll();
 
@@ -97,6 +101,7 @@ private:
     SniIconPixmaps iconPixmaps_;
     StatusNotifierItemAdaptor* adaptor_ = nullptr;
     bool published_ = false;
+    bool passive_ = false;
     quint64 registrationRequest_ = 0;
 };
 

@@ -1,11 +1,16 @@
 #include "tray/tray_icon.h"
 
+#include "app/bus_names.h"
 #include "model/menu_bar_title.h"
 #include "tray/dbus_menu.h"
 #include "tray/status_notifier_item.h"
 #include "tray/watcher_registration.h"
 
 #include <QCursor>
+#include <QDBusConnectionInterface>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QSystemTrayIcon>
@@ -46,6 +51,26 @@ TrayIcon::TrayIcon(TrayActions actions, const QDBusConnection& bus, ItemAnchor a
     });
     connect(registration_.get(), &WatcherRegistration::unavailable, this,
             [this] { fallbackDelay_.start(); });
+
+    const QString shellButton = QString::fromLatin1(busNames::shellButton);
+    shellButton_ = std::make_unique<QDBusServiceWatcher>(shellButton, bus,
+                                                         QDBusServiceWatcher::WatchForOwnerChange);
+    connect(shellButton_.get(), &QDBusServiceWatcher::serviceOwnerChanged, this,
+            [this](const QString&, const QString&, const QString& owner) {
+                setShownByShell(!owner.isEmpty());
+            });
+    if (bus.interface() != nullptr) {
+        auto* pending = new QDBusPendingCallWatcher(
+            bus.interface()->asyncCall(QStringLiteral("NameHasOwner"), shellButton), this);
+        connect(pending, &QDBusPendingCallWatcher::finished, this,
+                [this](QDBusPendingCallWatcher* finished) {
+                    finished->deleteLater();
+                    const QDBusPendingReply<bool> reply = *finished;
+                    if (reply.isValid() && reply.value()) {
+                        setShownByShell(true);
+                    }
+                });
+    }
     registration_->start();
 }
 
@@ -97,6 +122,27 @@ void TrayIcon::run(TrayCommand command) {
         [this](QPoint anchor) { runTrayCommand(actions_, TrayCommand::openPanel, anchor); });
 }
 
+void TrayIcon::setShownByShell(bool shown) {
+    if (shown == shownByShell_) {
+        return;
+    }
+    shownByShell_ = shown;
+    item_->setPassive(shown);
+    if (shown && fallback_) {
+        fallback_->hide();
+    } else if (!shown && mode_ == Mode::fallback) {
+        showFallback();
+    }
+    checkSeen();
+}
+
+void TrayIcon::checkSeen() {
+    if (mode_ == Mode::fallback && !shownByShell_ &&
+        !(fallback_ && QSystemTrayIcon::isSystemTrayAvailable())) {
+        emit unseen();
+    }
+}
+
 void TrayIcon::setMode(Mode mode) {
     if (mode == Mode::statusNotifierItem && fallback_) {
         fallback_->hide();
@@ -112,6 +158,7 @@ void TrayIcon::showFallback() {
     // show, and Qt's tray code would complain about the missing X11 interface.
     if (!fallback_ && QGuiApplication::platformName() != QLatin1String("xcb")) {
         setMode(Mode::fallback);
+        checkSeen();
         return;
     }
     if (!fallback_) {
@@ -126,8 +173,11 @@ void TrayIcon::showFallback() {
                 });
     }
     fallback_->setToolTip(item_->toolTip().text);
-    fallback_->show();
+    if (!shownByShell_) {
+        fallback_->show();
+    }
     setMode(Mode::fallback);
+    checkSeen();
 }
 
 QMenu& TrayIcon::contextMenu() {

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 
+class QDBusServiceWatcher;
 class QMenu;
 class QSystemTrayIcon;
 
@@ -57,6 +58,11 @@ public:
     void updateMenu(const std::optional<UsageData>& claude, const std::optional<UsageData>& codex);
 
     Mode mode() const { return mode_; }
+    // Whether the desktop shell draws Quillon's button itself (GNOME Shell's extension holds
+    // busNames::shellButton on the bus while its button is in the bar). Meanwhile the item is
+    // passive, which hosts leave out of the bar, and the plain icon stays hidden, so that no
+    // second Quillon shows.
+    bool shownByShell() const { return shownByShell_; }
     StatusNotifierItem& statusNotifierItem() { return *item_; }
     DBusMenu& menu() { return *menu_; }
     WatcherRegistration& registration() { return *registration_; }
@@ -69,12 +75,17 @@ public:
 
 signals:
     void modeChanged(quillon::TrayIcon::Mode mode);
+    // Nothing on this desktop shows Quillon: no watcher, no tray for the plain icon and no
+    // button of the shell's own. Sent each time that becomes so.
+    void unseen();
 
 private:
     void setMode(Mode mode);
     void showFallback();
     void run(TrayCommand command);
     void menuOpening();
+    void setShownByShell(bool shown);
+    void checkSeen();
 
     TrayActions actions_;
     ItemAnchor anchor_;
@@ -87,6 +98,8 @@ private:
     QTimer fallbackDelay_;
     std::unique_ptr<QMenu> contextMenu_;
     std::unique_ptr<QSystemTrayIcon> fallback_;
+    std::unique_ptr<QDBusServiceWatcher> shellButton_;
+    bool shownByShell_ = false;
 };
 
 } // namespace quillon

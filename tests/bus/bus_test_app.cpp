@@ -29,10 +29,10 @@ int main(int argc, char** argv) {
     services.fetchCodex = codexFetch(env);
     test::MemoryCredentialStore credentials;
     AppState state(credentials, services);
-    const QuillonBus bus(state, [] {
-        std::puts("show-panel");
-        std::fflush(stdout);
-    });
+    const QuillonBus bus(state, BusActions{.showPanel = [] {
+                             std::puts("show-panel");
+                             std::fflush(stdout);
+                         }});
     if (!bus.isPublished()) {
         std::fputs("the name is taken\n", stderr);
         return 1;

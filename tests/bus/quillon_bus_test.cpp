@@ -60,7 +60,7 @@ protected:
 
     void start() {
         state = std::make_unique<AppState>(credentials, services);
-        bus = std::make_unique<QuillonBus>(*state, [this] { ++panelsShown; });
+        bus = std::make_unique<QuillonBus>(*state, actions);
         ASSERT_TRUE(bus->isPublished());
         waitForRefresh(std::nullopt);
     }
@@ -137,6 +137,7 @@ protected:
     std::unique_ptr<AppState> state;
     std::unique_ptr<QuillonBus> bus;
     int panelsShown = 0;
+    BusActions actions{.showPanel = [this] { ++panelsShown; }};
     std::atomic<int> ticks{0};
     QDBusConnection client = QDBusConnection::connectToBus(
         QDBusConnection::SessionBus, QStringLiteral("quillon-bus-test-client"));
@@ -289,7 +290,7 @@ TEST_F(QuillonBusTest, TheNameIsTakenAndGivenBack) {
 
 TEST_F(QuillonBusTest, ASecondInterfaceLeavesTheNameToTheFirst) {
     start();
-    const QuillonBus second(*state, nullptr, client);
+    const QuillonBus second(*state, BusActions{}, client);
     EXPECT_FALSE(second.isPublished());
     EXPECT_EQ(call(name(busNames::interface), QStringLiteral("ShowPanel")).type(),
               QDBusMessage::ReplyMessage);

@@ -120,6 +120,25 @@ TEST(PanelPlacementTest, OnASecondScreenTheBarOfThatScreenCounts) {
               QRect(3000 - 180, 32, 360, 500));
 }
 
+TEST(PanelPlacementTest, UnderAShellButtonEightPixelsBelowItsBottomCentredOnIt) {
+    const QRect screen(0, 0, 1280, 800);
+    // A button of the top bar, as the shell reports it: the bar's rows, the button's columns.
+    EXPECT_EQ(PanelWindow::placementUnder(QRect(1000, 0, 90, 32), screen),
+              QRect(1045 - 180, 32 + 8, 360, 500));
+}
+
+TEST(PanelPlacementTest, AboveAShellButtonInTheLowerHalf) {
+    const QRect screen(0, 0, 1280, 800);
+    const QRect panel = PanelWindow::placementUnder(QRect(600, 768, 80, 32), screen);
+    EXPECT_EQ(panel.bottom() + 1, 768 - 8);
+    EXPECT_EQ(panel.left(), 640 - 180);
+}
+
+TEST(PanelPlacementTest, UnderAShellButtonNearTheRightEdgeTheOverhangIsNotCorrected) {
+    const QRect screen(0, 0, 1280, 800);
+    EXPECT_EQ(PanelWindow::placementUnder(QRect(1240, 0, 40, 32), screen).right(), 1260 + 180 - 1);
+}
+
 TEST_F(PanelWindowTest, NoWindowUntilThePanelIsFirstShown) {
     start();
     for (QWindow* window : QGuiApplication::allWindows()) {
@@ -208,6 +227,40 @@ TEST_F(PanelWindowTest, ToggleWhileShownHidesIt) {
     test::spin(PanelWindow::toggleGraceMs + 50);
     panel->toggleAt(QPoint(960, 10));
     EXPECT_TRUE(waitShown(true));
+}
+
+TEST_F(PanelWindowTest, ToggleUnderAButtonShowsItThereAndHidesItAgain) {
+    start();
+    panel->toggleUnder(QRect(1000, 0, 90, 32));
+    ASSERT_TRUE(waitShown(true));
+    EXPECT_EQ(panel->panelGeometry(), QRect(1045 - 180, 40, 360, 500));
+    panel->toggleUnder(QRect(1000, 0, 90, 32));
+    EXPECT_FALSE(panel->isVisible());
+    panel->toggleUnder(QRect(1000, 0, 90, 32));
+    EXPECT_FALSE(panel->isVisible());
+    test::spin(PanelWindow::toggleGraceMs + 50);
+    panel->showUnder(QRect(400, 0, 60, 32));
+    ASSERT_TRUE(waitShown(true));
+    EXPECT_EQ(panel->panelGeometry().topLeft(), QPoint(430 - 180, 40));
+}
+
+TEST_F(PanelWindowTest, APressTheShellSawOutsideHidesAndOneOnThePanelDoesNot) {
+    start();
+    panel->showUnder(QRect(1000, 0, 90, 32));
+    ASSERT_TRUE(waitShown(true));
+    const QRect shown = panel->panelGeometry();
+    panel->pressedAt(shown.center());
+    panel->pressedAt(shown.topLeft());
+    EXPECT_TRUE(panel->isVisible());
+    // On the top bar, beside the button: the press closes the panel, and the button's toggle for
+    // that same press keeps it closed.
+    panel->pressedAt(QPoint(200, 10));
+    EXPECT_FALSE(panel->isVisible());
+    panel->toggleUnder(QRect(1000, 0, 90, 32));
+    EXPECT_FALSE(panel->isVisible());
+    // Presses while it is hidden change nothing.
+    panel->pressedAt(QPoint(200, 10));
+    EXPECT_FALSE(panel->isVisible());
 }
 
 TEST_F(PanelWindowTest, OutsideClickHidesAndAToggleRightAfterKeepsItHidden) {

@@ -1,0 +1,117 @@
+# The checks of Quillon's own GNOME Shell extension, beside the Wayland hosts' common ones.
+# Source it after gnome_session.sh and wayland_checks.sh; the host has set ITEM_JS to Quillon's
+# button (the default).
+
+LABEL_HOST=1
+MENU_CLICK=right
+TITLE=" C:42% X:17%"
+
+open_panel() {
+    click_item
+    wait_until 5 panel_shown || { echo "a click on the button did not open the panel"; return 1; }
+    sleep 0.4
+}
+
+find_item() {
+    ITEM=""
+    wait_until 20 button_right && ITEM=$(item_box)
+}
+
+check_menu() {
+    [ -n "$ITEM" ] || { echo "no item"; return 1; }
+    MENU_SHOT="$DESKTOP_OUT/menu.png" gnome_open_panel >"$DESKTOP_OUT/.menu-open.txt"
+    local opened=$? rows missing=""
+    rows=$(tr '\n' '|' <<<"$MENU_ROWS")
+    grep -q '^Claude .*42%' <<<"$MENU_ROWS" || missing+=" a Claude row with 42%;"
+    grep -q '^Codex .*17%' <<<"$MENU_ROWS" || missing+=" a Codex row with 17%;"
+    [ "$(tail -n 4 <<<"$MENU_ROWS" | tr '\n' '|')" = "Open Quillon|Refresh Usage|----|Quit|" ] ||
+        missing+=" \"Open Quillon\", \"Refresh Usage\", a separator and \"Quit\" at its end;"
+    [ "$opened" -eq 0 ] || missing+=" $(cat "$DESKTOP_OUT/.menu-open.txt");"
+    rm -f "$DESKTOP_OUT/.menu-open.txt"
+    [ -z "$missing" ] || { echo "menu lacks${missing%;}; it reads: ${rows%|}"; return 1; }
+}
+
+# The button is shown and reads the title exactly.
+button_label() { shell_eval "($ITEM_JS).get_first_child().get_children()[1].text"; }
+button_right() { item_present && [ "$(button_label)" = "$TITLE" ]; }
+
+# The item no host but Quillon's extension may show: AppIndicator's for Quillon, when drawn.
+appindicator_item_shown() { shell_true "($APPINDICATOR_ITEM_JS) && ($APPINDICATOR_ITEM_JS).mapped"; }
+
+check_button_visible() {
+    [ -n "$ITEM" ] || { echo "Quillon's button is not in the top bar (label: '$(button_label 2>&1)')"; return 1; }
+    local drawn
+    drawn=$("${IMAGE[@]}" content "$DESKTOP_OUT/closed.png" $ITEM)
+    [ "$drawn" -ge 12 ] || { echo "button area $ITEM shows only $drawn drawn pixels"; return 1; }
+    ! appindicator_item_shown || { echo "a second Quillon item shows beside the button"; return 1; }
+}
+
+# The left click toggled the panel and opened no menu.
+check_no_menu_on_click() {
+    reopen >/dev/null || { echo "the panel did not open"; return 1; }
+    ! shell_true "($ITEM_JS).menu.isOpen" || { echo "a left click opened the menu too"; return 1; }
+}
+
+# A click on "Activities" closes the panel and still opens the overview.
+check_overview_click() {
+    reopen >/dev/null || { echo "the panel did not open"; return 1; }
+    local x y w h
+    read -r x y w h < <(actor_box "Main.panel.statusArea.activities")
+    click_at $((x + w / 2)) $((y + h / 2))
+    wait_until 3 panel_hidden || { echo "a click on Activities left the panel open"; return 1; }
+    wait_until 3 shell_true "Main.overview.visible" || { echo "the click on Activities did not reach the shell"; return 1; }
+    gnome_settle
+}
+
+# Disables and enables Quillon's extension COUNT times: the button goes with it and comes back
+# right each time.
+check_button_cycles() {
+    local count=${EXTENSION_CYCLES:-50} cycle
+    for ((cycle = 1; cycle <= count; cycle++)); do
+        gnome-extensions disable "$QUILLON_EXTENSION"
+        wait_until 3 item_absent || { echo "the button stayed after disabling the extension (cycle $cycle)"; return 1; }
+        gnome-extensions enable "$QUILLON_EXTENSION"
+        wait_until 3 button_right || { echo "the button was not right after cycle $cycle: '$(button_label 2>&1)'"; return 1; }
+    done
+}
+
+# Ends and starts the demo COUNT times: the button goes while it is away and comes back right.
+check_quillon_restarts() {
+    local count=${QUILLON_RESTARTS:-20} round
+    for ((round = 1; round <= count; round++)); do
+        kill "$pid_demo"
+        wait "$pid_demo" 2>/dev/null
+        wait_until 3 item_absent || { echo "the button stayed while Quillon was not running (round $round)"; return 1; }
+        spawn demo "$QUILLON_DEMO"
+        wait_until 10 button_right || { echo "the button was not right after restart $round: '$(button_label 2>&1)'"; return 1; }
+    done
+    close_panel
+}
+
+# Nothing of the extension's in the shell's log: no error, no warning.
+check_shell_log() {
+    local lines
+    lines=$(grep -i -E 'quillon' "$DESKTOP_OUT/shell.log" | grep -i -E 'error|warn|critical|exception' | head -n 3)
+    [ -z "$lines" ] || { echo "the shell's log: $(tr '\n' ' ' <<<"$lines")"; return 1; }
+}
+
+gnome_extension_checks() {
+    start_probe
+    start_demo
+    check "item visible" check_button_visible
+    check "figures visible" check_figures_visible
+    check "panel opens" check_panel_opens
+    check "panel placement" check_panel_placement
+    check "outside click closes" check_outside_click
+    close_panel
+    check "escape closes" check_escape
+    close_panel
+    check "item click closes" check_item_click_closes
+    close_panel
+    check "menu works" check_menu
+    close_panel
+    check "no menu on a left click" check_no_menu_on_click
+    close_panel
+    check "overview click closes" check_overview_click
+    close_panel
+}
