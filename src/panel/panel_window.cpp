@@ -65,8 +65,9 @@ QRect PanelWindow::placement(QPoint anchor, QRect screenGeometry, QRect availabl
 }
 
 QRect PanelWindow::placementUnder(QRect item, QRect screenGeometry) {
-    const int left = item.center().x() - panelWidth / 2;
-    if (item.center().y() < screenGeometry.center().y()) {
+    // The middle of the item's columns: QRect::center() rounds a width's half pixel down.
+    const int left = item.x() + item.width() / 2 - panelWidth / 2;
+    if (item.y() + item.height() / 2 < screenGeometry.center().y()) {
         return {left, item.bottom() + 1 + barGap, panelWidth, panelHeight};
     }
     return {left, item.top() - barGap - panelHeight, panelWidth, panelHeight};

@@ -131,9 +131,9 @@ void TrayIcon::setShownByShell(bool shown) {
     if (shown && fallback_) {
         fallback_->hide();
     } else if (!shown && mode_ == Mode::fallback) {
+        // Says so itself when nothing else shows Quillon.
         showFallback();
     }
-    checkSeen();
 }
 
 void TrayIcon::checkSeen() {
