@@ -28,7 +28,7 @@ bool UnseenNotice::isGnome(const QString& currentDesktop) {
 
 QString UnseenNotice::line(bool gnome) {
     const QString cause = QStringLiteral(
-        "Quillon: nothing on this desktop can show Quillon (no StatusNotifierWatcher and no "
+        "Quillon: nothing on this desktop can show its icon (no StatusNotifierWatcher and no "
         "system tray).");
     if (gnome) {
         return cause + QStringLiteral(" Turn on Quillon's GNOME Shell extension: gnome-extensions "

@@ -130,6 +130,23 @@ gnome_open_panel() {
     wait_until 5 panel_shown || { echo "\"Open Quillon\" did not open the panel"; return 1; }
 }
 
+# The "menu works" check on GNOME, wherever the item's menu comes from: it opens, reads a row of
+# figures per provider, then "Open Quillon", "Refresh Usage", a separator (a row without text
+# to the shell) and "Quit", and its "Open Quillon" opens the panel.
+check_gnome_menu() {
+    [ -n "$ITEM" ] || { echo "no item"; return 1; }
+    MENU_SHOT="$DESKTOP_OUT/menu.png" gnome_open_panel >"$DESKTOP_OUT/.menu-open.txt"
+    local opened=$? rows missing=""
+    rows=$(tr '\n' '|' <<<"$MENU_ROWS")
+    grep -q '^Claude .*42%' <<<"$MENU_ROWS" || missing+=" a Claude row with 42%;"
+    grep -q '^Codex .*17%' <<<"$MENU_ROWS" || missing+=" a Codex row with 17%;"
+    [ "$(tail -n 4 <<<"$MENU_ROWS" | sed 's/^----$//' | tr '\n' '|')" = "Open Quillon|Refresh Usage||Quit|" ] ||
+        missing+=" \"Open Quillon\", \"Refresh Usage\", a separator and \"Quit\" at its end;"
+    [ "$opened" -eq 0 ] || missing+=" $(cat "$DESKTOP_OUT/.menu-open.txt");"
+    rm -f "$DESKTOP_OUT/.menu-open.txt"
+    [ -z "$missing" ] || { echo "menu lacks${missing%;}; it reads: ${rows%|}"; return 1; }
+}
+
 # Leaves the shell as a session starts it: no overview, no menu, the pointer on the desktop.
 gnome_settle() {
     shell_eval "Main.overview.hide()" >/dev/null
