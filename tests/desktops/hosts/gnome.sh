@@ -16,6 +16,7 @@ BAR_EMPTY_X=$((SCREEN_W / 4)) BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
 gnome_extension_checks
 check "extension cycles" check_button_cycles
 check "Quillon restarts" check_quillon_restarts
+check "unseen says so" check_unseen_notice
 check "shell log clean" check_shell_log
 echo "gnome host done in $(($(date +%s) - started)) s" >&2
 report_status

@@ -106,6 +106,28 @@ check_quillon_restarts() {
     close_panel
 }
 
+# With neither the button nor any tray, Quillon says so: one line on standard error that names
+# the extension, and one notification in the shell's message tray.
+check_unseen_notice() {
+    gnome-extensions disable "$QUILLON_EXTENSION"
+    wait_until 3 item_absent || { echo "the button stayed after disabling the extension"; return 1; }
+    stop_demo
+    spawn demo "$QUILLON_DEMO"
+    local problems="" lines
+    wait_until 10 grep -q "gnome-extensions enable $QUILLON_EXTENSION" "$DESKTOP_OUT/demo.log" ||
+        problems+=" no line on standard error names the extension;"
+    wait_until 5 shell_true "Main.messageTray.getSources().some(s => s.notifications.some(
+            n => n.title === 'Quillon is running but not shown'))" ||
+        problems+=" no notification in the message tray;"
+    sleep 1
+    lines=$(grep -c 'nothing on this desktop can show' "$DESKTOP_OUT/demo.log")
+    [ "$lines" -eq 1 ] || problems+=" $lines lines instead of one;"
+    gnome-extensions enable "$QUILLON_EXTENSION"
+    wait_until 5 button_right || problems+=" the button did not come back;"
+    close_panel
+    [ -z "$problems" ] || { echo "${problems# }"; return 1; }
+}
+
 # Nothing of the extension's in the shell's log: no error, no warning.
 check_shell_log() {
     local lines

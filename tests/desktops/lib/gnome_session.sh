@@ -32,7 +32,7 @@ gnome_enter() {
         # The shell's accessibility bridge stays on, as in a user's session: the accessibility
         # bus is where Quillon finds its item in the top bar.
         unset NO_AT_BRIDGE
-        export XDG_RUNTIME_DIR XDG_SESSION_TYPE=wayland GSETTINGS_BACKEND=dconf
+        export XDG_RUNTIME_DIR XDG_SESSION_TYPE=wayland GSETTINGS_BACKEND=dconf XDG_CURRENT_DESKTOP=GNOME
         unset DISPLAY WAYLAND_DISPLAY XAUTHORITY QT_QPA_PLATFORM GDK_BACKEND
         # The bus and the services it starts write to the log, not among the checks' lines:
         # the script gets the checks' output back as descriptor 3.
