@@ -110,12 +110,16 @@ export class QuillonButton {
 
         Gio.DBusProxy.new(Gio.DBus.session, Gio.DBusProxyFlags.DO_NOT_AUTO_START, null,
             BUS_NAME, OBJECT_PATH, INTERFACE, this._cancellable, (_source, result) => {
+                let proxy;
                 try {
-                    this._proxy = Gio.DBusProxy.new_finish(result);
+                    proxy = Gio.DBusProxy.new_finish(result);
                 } catch (e) {
                     // Cancelled: the button went away before the bus answered.
                     return;
                 }
+                if (this._cancellable.is_cancelled())
+                    return;
+                this._proxy = proxy;
                 this._connect(this._proxy, 'g-properties-changed', () => this._sync());
                 this._connect(this._proxy, 'notify::g-name-owner', () => this._sync());
                 this._sync();
