@@ -10,6 +10,9 @@ enter_namespaces() {
         local userns=()
         # Without root, a user namespace of our own uid grants the mounts below.
         [ "$(id -u)" -eq 0 ] || userns=(--user --map-current-user)
+        # In a chroot the root is no mount point, so its propagation cannot change; the system
+        # it runs in keeps its mounts private already (scripts/debian-system.sh).
+        mountpoint -q / || userns+=(--propagation unchanged)
         exec unshare "${userns[@]}" --mount --net -- env DESKTOP_NAMESPACES=1 bash "$0" "$@"
     fi
     mount -t tmpfs -o mode=1777 tmpfs /tmp
