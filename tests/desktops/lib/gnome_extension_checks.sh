@@ -21,7 +21,11 @@ check_menu() { check_gnome_menu; }
 
 # The button is shown and reads the title exactly.
 button_label() { shell_eval "($ITEM_JS).get_first_child().get_children()[1].text"; }
-button_right() { item_present && [ "$(button_label)" = "$TITLE" ]; }
+# One question to the shell, since the cycles below ask it often.
+button_right() {
+    shell_true "(() => { const b = $ITEM_JS;
+        return b && b.mapped && b.get_first_child().get_children()[1].text === '$TITLE'; })()"
+}
 
 # The figures as the button draws them: the title in its label, the gauge in its icon, each
 # where the shell has put them.
