@@ -9,6 +9,7 @@ AbstractButton {
 
     background: Rectangle {
         objectName: "iconButtonPlate"
+        // Circular corners, as on the cards.
         radius: 6
         color: Qt.rgba(appearance.primary.r, appearance.primary.g, appearance.primary.b,
                        control.pressed ? 0.15 : 0.08)
