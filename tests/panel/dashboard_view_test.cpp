@@ -235,8 +235,9 @@ TEST_F(DashboardViewTest, LastUpdatedTextChangesWhenTheStatePublishesNotOnAClock
     open();
     // The views read the time from a clock the test moves by hand.
     auto now = std::make_shared<Instant>(*state->lastUpdated());
-    ViewHelpers helpers([now] { return *now; });
-    qmlEngine(panel->window())->rootContext()->setContextProperty("views", &helpers);
+    QQmlEngine* engine = qmlEngine(panel->window());
+    engine->rootContext()->setContextProperty("views",
+                                              new ViewHelpers([now] { return *now; }, engine));
     QQuickItem* lastUpdated = item("lastUpdatedText");
     EXPECT_EQ(text(lastUpdated), "0 sec ago");
 
