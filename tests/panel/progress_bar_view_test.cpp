@@ -34,6 +34,12 @@ protected:
     static QColor fillColour(QQuickItem* bar) {
         return fillOf(bar)->property("color").value<QColor>();
     }
+    // The Codex card's first bar (five-hour, 81 %) drawn where it stands, not on its way there.
+    void expectCodexBarAtRest() {
+        QQuickItem* bar = firstBar("codex");
+        ASSERT_NE(bar, nullptr);
+        expectAtRest(bar, 0.81, Appearance().orange());
+    }
     // The bar drawn at rest at `fraction` of its width in `colour`.
     static void expectAtRest(QQuickItem* bar, double fraction, const QColor& colour) {
         EXPECT_FALSE(easing(bar));
@@ -102,9 +108,7 @@ TEST_F(ProgressBarViewTest, ACardThatFirstAppearsShowsItsBarsAtOnce) {
     open(); // no figures yet
     codex = test::plainCodex();
     state->refreshAll();
-    QQuickItem* bar = firstBar("codex");
-    ASSERT_NE(bar, nullptr);
-    expectAtRest(bar, 0.81, Appearance().orange());
+    expectCodexBarAtRest();
 }
 
 TEST_F(ProgressBarViewTest, ReturningFromTheSettingsDoesNotReplayTheBars) {
@@ -115,9 +119,7 @@ TEST_F(ProgressBarViewTest, ReturningFromTheSettingsDoesNotReplayTheBars) {
     QQuickItem* button = item("settingsButton");
     const QPointF centre = button->mapToScene(QPointF(button->width() / 2, button->height() / 2));
     QTest::mouseClick(panel->window(), Qt::LeftButton, {}, centre.toPoint());
-    QQuickItem* bar = firstBar("codex");
-    ASSERT_NE(bar, nullptr);
-    expectAtRest(bar, 0.81, Appearance().orange());
+    expectCodexBarAtRest();
 }
 
 TEST_F(ProgressBarViewTest, ANewWidthScalesTheFillWithoutEasing) {
