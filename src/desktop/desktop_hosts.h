@@ -16,6 +16,9 @@ enum class ActivatePoint {
     // It may be a placeholder or relative to something else: it counts only where it checks out,
     // within a bar, or near the pointer where the pointer follows clicks.
     checked,
+    // It is relative to the item's icon, never a point of the screen, though it may look like
+    // one in a top bar's left end: it never counts.
+    relativeToItem,
 };
 
 enum class Session {

@@ -144,7 +144,10 @@ QPoint ItemAnchor::forClick(QPoint reported) {
     State& state = *state_;
     const QList<ScreenArea> screens = state.environment.screens();
     const std::optional<QPoint> pointer = state.trustedPointer(screens);
-    if (const ScreenArea* screen = screenAreaAt(reported, screens)) {
+    const ScreenArea* screen = state.environment.activatePoint == ActivatePoint::relativeToItem
+                                   ? nullptr
+                                   : screenAreaAt(reported, screens);
+    if (screen != nullptr) {
         const bool nearPointer = pointer && std::abs(reported.x() - pointer->x()) <= pointerSlack &&
                                  std::abs(reported.y() - pointer->y()) <= pointerSlack;
         const bool screenPoint = state.environment.activatePoint == ActivatePoint::screen;

@@ -1,5 +1,7 @@
 #include "desktop/sway_ipc.h"
 
+#include "localstats/descriptor.h"
+
 #include <QSocketNotifier>
 
 #include <nlohmann/json.hpp>
@@ -29,21 +31,8 @@ constexpr std::uint32_t windowEvent = 0x80000003U;
 // Far more than any real answer to the two questions asked here.
 constexpr std::uint32_t maximumReply = 4U << 20U;
 
-class Socket {
-public:
-    explicit Socket(int fd) : fd_(fd) {}
-    ~Socket() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    Socket(const Socket&) = delete;
-    Socket& operator=(const Socket&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
+// A socket is a file descriptor like any other: closed when it goes out of scope.
+using Socket = localstats::Descriptor;
 
 bool writeAll(int fd, const char* data, std::size_t size) {
     while (size > 0) {

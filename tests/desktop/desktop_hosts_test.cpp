@@ -31,10 +31,10 @@ TEST(DesktopHostsTest, SwayFromOneTenPassesScreenPointsAndEarlierOnesDoNot) {
     EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true, 110)).activatePoint,
               ActivatePoint::screen);
     EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true, 107)).activatePoint,
-              ActivatePoint::checked);
+              ActivatePoint::relativeToItem);
     // A sway whose version could not be asked is taken for the older kind.
     EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true)).activatePoint,
-              ActivatePoint::checked);
+              ActivatePoint::relativeToItem);
 }
 
 TEST(DesktopHostsTest, GnomeLooksForTheItemInTheShell) {

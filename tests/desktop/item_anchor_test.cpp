@@ -8,8 +8,10 @@ namespace {
 // A 1920 x 1080 screen with a 30 px bar at the top, unless the test says otherwise.
 class ItemAnchorTest : public ::testing::Test {
 protected:
-    ItemAnchor anchor(bool pointerFollowsClicks = true) {
+    ItemAnchor anchor(bool pointerFollowsClicks = true,
+                      ActivatePoint activatePoint = ActivatePoint::checked) {
         ItemAnchor::Environment environment;
+        environment.activatePoint = activatePoint;
         environment.screens = [this] { return screens; };
         environment.pointer = [this] { return pointer; };
         environment.pointerFollowsClicks = pointerFollowsClicks;
@@ -95,6 +97,22 @@ TEST_F(ItemAnchorTest, APointInTheBarOfASecondScreenCounts) {
     screens.append({QRect(1920, 0, 1280, 1024), QRect(1920, 24, 1280, 1000)});
     auto item = anchor(false);
     EXPECT_EQ(item.forClick(QPoint(3000, 10)), QPoint(3000, 10));
+}
+
+TEST_F(ItemAnchorTest, AHostThatPassesScreenPointsIsBelievedWithoutAKnownBar) {
+    // waybar 0.12 under sway 1.10, before sway's bars are known; XWayland's pointer is stale.
+    screens = {{QRect(0, 0, 1280, 800), QRect(0, 0, 1280, 800)}};
+    auto item = anchor(false, ActivatePoint::screen);
+    EXPECT_EQ(item.forClick(QPoint(1259, 784)), QPoint(1259, 784));
+    // Its outermost rows and columns still hold no item.
+    EXPECT_EQ(item.forClick(QPoint(0, 784)), QPoint(1259, 784));
+}
+
+TEST_F(ItemAnchorTest, APointRelativeToTheItemNeverCountsEvenInTheBar) {
+    // waybar 0.9 sends (11, 16) for a click on its icon, which lies in a 30 px top bar.
+    auto item = anchor(false, ActivatePoint::relativeToItem);
+    EXPECT_EQ(item.forClick(QPoint(11, 16)), QPoint(960, 30));
+    EXPECT_FALSE(item.lastItemPosition());
 }
 
 } // namespace
