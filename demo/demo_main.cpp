@@ -8,6 +8,7 @@
 //                                   resident memory after the first ten and after all of them
 #include "app/app_icon.h"
 #include "app/application.h"
+#include "app/display_check.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
 #include "app/termination_signals.h"
@@ -147,6 +148,10 @@ int writeScreenshots(PanelWindow& panel, const QString& folder) {
 
 int main(int argc, char** argv) {
     prepareGuiPlatform();
+    if (const auto problem = displayProblem()) {
+        std::cerr << *problem << '\n';
+        return 1;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillon"));
     QApplication::setQuitOnLastWindowClosed(false);

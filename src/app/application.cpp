@@ -1,6 +1,7 @@
 #include "app/application.h"
 
 #include "app/app_icon.h"
+#include "app/display_check.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
 #include "app/single_instance.h"
@@ -29,6 +30,10 @@ int runApplication(int argc, char** argv) {
     }
 
     prepareGuiPlatform();
+    if (const auto problem = displayProblem()) {
+        std::cerr << *problem << '\n';
+        return 1;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillon"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLON_VERSION));

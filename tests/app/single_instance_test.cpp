@@ -1,5 +1,6 @@
 #include "app/single_instance.h"
 #include "support/qt_wait.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 #include <QDBusConnection>
@@ -19,27 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const std::string& value) : name_(name) {
-        if (const char* old = std::getenv(name)) {
-            old_ = old;
-        }
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnv() {
-        if (old_) {
-            ::setenv(name_, old_->c_str(), 1);
-        } else {
-            ::unsetenv(name_);
-        }
-    }
-
-private:
-    const char* name_;
-    std::optional<std::string> old_;
-};
+using test::ScopedEnv;
 
 TEST(SingleInstance, TheSecondHolderOfTheSameLockIsNotFirst) {
     const test::TempDir dir;
