@@ -63,24 +63,6 @@ TEST(SingleInstance, TheDefaultLockLivesInThePrivateRuntimeFolder) {
     EXPECT_EQ(SingleInstance::defaultLockFile(), dir.path() / "quillon.lock");
 }
 
-TEST(SingleInstance, WithoutARuntimeFolderTheLockGoesToAPrivateFolderInTmp) {
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", "");
-    const fs::path folder = "/tmp/quillon-" + std::to_string(::getuid());
-    EXPECT_EQ(SingleInstance::defaultLockFile(), folder / "quillon.lock");
-    struct stat info {};
-    ASSERT_EQ(::lstat(folder.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-}
-
-TEST(SingleInstance, ARuntimeFolderOpenToOthersIsNotUsed) {
-    const test::TempDir dir;
-    fs::permissions(dir.path(), fs::perms::all);
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", dir.path().string());
-    const auto lock = SingleInstance::defaultLockFile();
-    ASSERT_TRUE(lock.has_value());
-    EXPECT_NE(lock->parent_path(), dir.path());
-}
-
 // The real program, started twice for the same user.
 class SecondStartTest : public ::testing::Test {
 protected:
