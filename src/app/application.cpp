@@ -4,6 +4,7 @@
 #include "app/display_check.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
+#include "app/runtime_folder.h"
 #include "app/single_instance.h"
 #include "app/termination_signals.h"
 
@@ -15,6 +16,7 @@
 namespace quillon {
 
 void prepareGuiPlatform() {
+    adoptRuntimeFolder();
     if (qgetenv("XDG_SESSION_TYPE") == "wayland" &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "xcb");

@@ -9,7 +9,8 @@ int runApplication(int argc, char** argv);
 
 // Choices that must be made before the application object exists: X11 (through XWayland) on a
 // Wayland session unless the user picked a Qt platform, since the panel places its own window
-// and Wayland lets no client do that; and Qt Quick's software renderer for every window.
+// and Wayland lets no client do that; Qt Quick's software renderer for every window; and the
+// runtime folder Qt uses, the same as Quillon's own.
 void prepareGuiPlatform();
 
 } // namespace quillon

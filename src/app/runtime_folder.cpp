@@ -24,7 +24,20 @@ std::optional<std::filesystem::path> runtimeFolder() {
     if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime) {
         places.xdgRuntimeDir = runtime;
     }
+    if (const char* temporary = std::getenv("TMPDIR"); temporary && *temporary) {
+        places.temporaryFolder = temporary;
+    }
     return runtimeFolder(places);
+}
+
+void adoptRuntimeFolder() {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime && *runtime) {
+        return;
+    }
+    if (const auto folder = runtimeFolder()) {
+        ::setenv("XDG_RUNTIME_DIR", folder->c_str(), 1);
+    }
 }
 
 std::optional<std::filesystem::path> runtimeFolder(const RuntimePlaces& places) {

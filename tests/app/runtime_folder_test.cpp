@@ -88,5 +88,19 @@ TEST_F(RuntimeFolderTest, AFolderInTmpOpenToOthersIsNotUsed) {
     EXPECT_EQ(runtimeFolder(places), std::nullopt);
 }
 
+TEST_F(RuntimeFolderTest, AnUnsetVariableIsSetToTheFolderChosen) {
+    const test::ScopedEnv variable("XDG_RUNTIME_DIR", std::nullopt);
+    adoptRuntimeFolder();
+    const char* adopted = std::getenv("XDG_RUNTIME_DIR");
+    ASSERT_NE(adopted, nullptr);
+    EXPECT_EQ(runtimeFolder(), fs::path(adopted));
+}
+
+TEST_F(RuntimeFolderTest, AVariableThatIsSetIsLeftAlone) {
+    const test::ScopedEnv variable("XDG_RUNTIME_DIR", "/nowhere/at/all");
+    adoptRuntimeFolder();
+    EXPECT_STREQ(std::getenv("XDG_RUNTIME_DIR"), "/nowhere/at/all");
+}
+
 } // namespace
 } // namespace quillon
