@@ -17,7 +17,7 @@ packages=(
     libgtest-dev libgmock-dev libcpp-httplib-dev libbenchmark-dev openssl
     xvfb xauth dbus dbus-bin xdotool x11-utils
     # the panel speaks to the X server for its hints and its outside-click watch
-    libxcb1-dev libxcb-xinput-dev
+    libxcb1-dev libxcb-xinput-dev libxcb-shape0-dev
 )
 
 install_missing "${packages[@]}"
