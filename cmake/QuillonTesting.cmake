@@ -5,6 +5,8 @@
 #   QT   uses a main() that creates the QApplication; the shell libraries it tests come in LIBS.
 #   BUS  runs every test case on a private D-Bus session bus of its own (dbus-run-session).
 #   OWN_DISPLAY  runs every test case on a virtual display of its own (scripts/with-display.sh).
+# Every test case runs with HOME, the XDG folders and TMPDIR of its own, in a temporary folder
+# removed afterwards (tests/support/with-own-folders.sh): no test writes into the user's files.
 # The wrappers must be set before the tests are discovered: discovery reads them once.
 include(GoogleTest)
 
@@ -18,16 +20,14 @@ function(quillon_add_test name)
     else()
         target_link_libraries(${name} PRIVATE GTest::gtest_main)
     endif()
-    set(wrappers "")
+    set(wrappers "${PROJECT_SOURCE_DIR}/tests/support/with-own-folders.sh")
     if(ARG_OWN_DISPLAY)
         list(APPEND wrappers "${PROJECT_SOURCE_DIR}/scripts/with-display.sh")
     endif()
     if(ARG_BUS)
         list(APPEND wrappers dbus-run-session "--config-file=${QUILLON_TEST_BUS_CONFIG}" --)
     endif()
-    if(wrappers)
-        set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${wrappers}")
-    endif()
+    set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "${wrappers}")
     gtest_discover_tests(${name}
         DISCOVERY_MODE PRE_TEST
         DISCOVERY_TIMEOUT 60

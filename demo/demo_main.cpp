@@ -6,9 +6,15 @@
 //   quillon_demo --screenshots DIR  write DIR/panel.png (the panel as it opens, and scrolled to
 //                                   its end) and DIR/settings.png, then quit
 //   quillon_demo --cycles N         run N refresh cycles back to back and print, as JSON, the
-//                                   resident memory after the first ten and after all of them
+//                                   resident memory after the first ten, after 1,000 (when N
+//                                   is larger) and after all of them
+//   quillon_demo --service URL ...  use a sample service that runs elsewhere, not its own
+//   quillon_demo --serve            run the sample service alone: print its base URL on a line
+//                                   and answer until ended by a signal; with --service, this
+//                                   keeps the service's own memory out of the measured process
 #include "app/app_icon.h"
 #include "app/application.h"
+#include "app/display_check.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
 #include "app/termination_signals.h"
@@ -31,6 +37,9 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <string_view>
+
+#include <unistd.h>
 
 namespace {
 
@@ -38,6 +47,7 @@ using namespace quillon;
 
 struct Options {
     QString screenshots;
+    QString service;
     int cycles = 0;
 };
 
@@ -48,6 +58,8 @@ Options parse(const QStringList& args) {
             options.screenshots = args.at(++i);
         } else if (args.at(i) == QStringLiteral("--cycles")) {
             options.cycles = args.at(++i).toInt();
+        } else if (args.at(i) == QStringLiteral("--service")) {
+            options.service = args.at(++i);
         }
     }
     return options;
@@ -88,21 +100,50 @@ bool refreshOnce(AppState& state) {
     return waitFor([&] { return !state.isRefreshing(); }, 10000);
 }
 
-int runCycles(AppState& state, int cycles) {
-    int done = 0;
-    for (; done < 10 && done < cycles; ++done) {
-        refreshOnce(state);
-    }
-    const long warm = residentKb();
-    for (; done < cycles; ++done) {
+// Runs refresh cycles until `done` reaches `until`; false when one did not finish.
+bool cycleUntil(AppState& state, int& done, int until) {
+    for (; done < until; ++done) {
         if (!refreshOnce(state)) {
             std::fputs("a refresh did not finish\n", stderr);
-            return 1;
+            return false;
         }
     }
-    std::printf("{\"cycles\":%d,\"rss_after_10_kb\":%ld,\"rss_after_all_kb\":%ld}\n", cycles, warm,
-                residentKb());
+    return true;
+}
+
+// The first cycles fill caches and pools once; the slope after the first thousand is what a
+// long-running session sees.
+int runCycles(AppState& state, int cycles) {
+    constexpr int settled = 1000;
+    int done = 0;
+    if (!cycleUntil(state, done, std::min(10, cycles))) {
+        return 1;
+    }
+    const long warm = residentKb();
+    long atSettled = -1;
+    if (cycles > settled) {
+        if (!cycleUntil(state, done, settled)) {
+            return 1;
+        }
+        atSettled = residentKb();
+    }
+    if (!cycleUntil(state, done, cycles)) {
+        return 1;
+    }
+    std::printf("{\"cycles\":%d,\"rss_after_10_kb\":%ld,\"rss_after_1000_kb\":%ld,"
+                "\"rss_after_all_kb\":%ld}\n",
+                cycles, warm, atSettled, residentKb());
     return 0;
+}
+
+// The sample service alone, until a signal ends the process.
+int serveOnly() {
+    demo::SampleService service;
+    service.setRecording(false);
+    std::cout << service.baseUrl() << std::endl;
+    for (;;) {
+        ::pause();
+    }
 }
 
 // The item of that name in the window's visual tree (QML items are not always QObject children
@@ -166,7 +207,14 @@ int writeScreenshots(PanelWindow& panel, const QString& folder) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && std::string_view(argv[1]) == "--serve") {
+        return serveOnly();
+    }
     prepareGuiPlatform();
+    if (const auto problem = displayProblem()) {
+        std::cerr << *problem << '\n';
+        return 1;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillon"));
     QApplication::setQuitOnLastWindowClosed(false);
@@ -180,9 +228,14 @@ int main(int argc, char** argv) {
     demo::writeSampleHome(homePath, std::chrono::system_clock::now());
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.filePath(QStringLiteral(".config"))));
 
-    demo::SampleService service;
+    std::optional<demo::SampleService> service;
+    if (options.service.isEmpty()) {
+        // Nothing reads what the service received here: it keeps no log that would grow.
+        service.emplace().setRecording(false);
+    }
     ProviderEnvironment env;
-    env.claudeApiBase = env.claudeWebBase = env.chatgptBase = service.baseUrl();
+    env.claudeApiBase = env.claudeWebBase = env.chatgptBase =
+        service ? service->baseUrl() : options.service.toStdString();
     env.home = homePath;
     env.securityTool = (homePath / "no-keychain-tool").string();
 

@@ -84,6 +84,9 @@ void SampleService::setFigures(const SampleFigures& figures) {
 void SampleService::route() {
     // Recorded before any route answers, so a client that has its answer finds its request here.
     server_->set_pre_routing_handler([this](const httplib::Request& request, httplib::Response&) {
+        if (!recording_) {
+            return httplib::Server::HandlerResponse::Unhandled;
+        }
         SampleRequest recorded{request.path, request.target, {}};
         for (const auto& [name, value] : request.headers) {
             // httplib's own bookkeeping entries, not sent by the client.

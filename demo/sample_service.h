@@ -63,8 +63,11 @@ public:
     void setClaudeDown(bool down) { claudeDown_ = down; }
     int claudeRequests() const { return claudeRequests_; }
     int codexRequests() const { return codexRequests_; }
-    // Every request received so far, in order of arrival, whatever its path.
+    // Every request received so far, in order of arrival, whatever its path (while recording).
     std::vector<SampleRequest> requests() const;
+    // Whether requests are kept for requests(): on by default, for tests. A service that runs
+    // for long (the demo's) turns it off, or its log would grow with every refresh.
+    void setRecording(bool recording) { recording_ = recording; }
 
 private:
     void route();
@@ -75,6 +78,7 @@ private:
     bool https_ = false;
     std::shared_ptr<const SampleFigures> figures_;
     std::atomic<bool> claudeDown_{false};
+    std::atomic<bool> recording_{true};
     std::atomic<int> claudeRequests_{0};
     std::atomic<int> codexRequests_{0};
     mutable std::mutex requestsMutex_;

@@ -1,8 +1,10 @@
 #include "app/application.h"
 
 #include "app/app_icon.h"
+#include "app/display_check.h"
 #include "app/panel_application.h"
 #include "app/production_services.h"
+#include "app/runtime_folder.h"
 #include "app/single_instance.h"
 #include "app/termination_signals.h"
 
@@ -14,6 +16,7 @@
 namespace quillon {
 
 void prepareGuiPlatform() {
+    adoptRuntimeFolder();
     if (qgetenv("XDG_SESSION_TYPE") == "wayland" &&
         qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "xcb");
@@ -29,6 +32,10 @@ int runApplication(int argc, char** argv) {
     }
 
     prepareGuiPlatform();
+    if (const auto problem = displayProblem()) {
+        std::cerr << *problem << '\n';
+        return 1;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quillon"));
     QApplication::setApplicationVersion(QStringLiteral(QUILLON_VERSION));

@@ -1,42 +1,20 @@
 #include "app/single_instance.h"
 
+#include "app/runtime_folder.h"
+
 #include <cerrno>
-#include <cstdlib>
-#include <string>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace quillon {
 
-namespace {
-
-// A folder of our own: a real directory (not a link) owned by this user and closed to others.
-bool isPrivateFolder(const std::filesystem::path& folder) {
-    struct stat info {};
-    return ::lstat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode) &&
-           info.st_uid == ::getuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-}
-
-} // namespace
-
 std::optional<std::filesystem::path> SingleInstance::defaultLockFile() {
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    if (runtime && *runtime && isPrivateFolder(runtime)) {
-        return std::filesystem::path(runtime) / "quillon.lock";
+    if (const auto folder = runtimeFolder()) {
+        return *folder / "quillon.lock";
     }
-    const std::filesystem::path folder = "/tmp/quillon-" + std::to_string(::getuid());
-    if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-        return std::nullopt;
-    }
-    // Someone else's folder under /tmp could be used to keep us from starting, or to make us
-    // write where they choose: such a folder is not used.
-    if (!isPrivateFolder(folder)) {
-        return std::nullopt;
-    }
-    return folder / "quillon.lock";
+    return std::nullopt;
 }
 
 SingleInstance::SingleInstance(const std::filesystem::path& lockFile) {

@@ -12,8 +12,8 @@ class SingleInstance {
 public:
     // Tries to take the lock on `lockFile`; see isFirst().
     explicit SingleInstance(const std::filesystem::path& lockFile);
-    // The lock of the current user: $XDG_RUNTIME_DIR/quillon.lock, or /tmp/quillon-<uid>/
-    // when no runtime folder is set.
+    // The lock of the current user: quillon.lock in the user's runtime folder (usually
+    // $XDG_RUNTIME_DIR; see runtimeFolder()).
     SingleInstance();
     ~SingleInstance();
     SingleInstance(const SingleInstance&) = delete;

@@ -2,6 +2,7 @@
 
 #include "panel/appearance.h"
 #include "panel/panel_images.h"
+#include "panel/qml_disk_cache.h"
 #include "panel/view_helpers.h"
 
 #include <QQmlContext>
@@ -50,6 +51,7 @@ UsageCard::UsageCard(const std::optional<SharedUsageData>& snapshot, Instant now
     if (QQuickWindow::graphicsApi() != QSGRendererInterface::Software) {
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
     }
+    keepQmlCacheInMemory();
     view_ = std::make_unique<QQuickView>();
     view_->setResizeMode(QQuickView::SizeViewToRootObject);
     // The same helpers, colours and symbols as the panel's views, with the age of the figures

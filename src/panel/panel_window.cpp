@@ -10,6 +10,7 @@
 #include "model/fatal.h"
 #include "panel/appearance.h"
 #include "panel/panel_images.h"
+#include "panel/qml_disk_cache.h"
 #include "panel/view_helpers.h"
 
 #include <QKeyEvent>
@@ -78,6 +79,7 @@ void PanelWindow::ensureWindow() {
     }();
     (void)softwareChosen;
 
+    keepQmlCacheInMemory();
     engine_ = std::make_unique<QQmlEngine>();
     engine_->addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine_->addImageProvider(QStringLiteral("shadow"), new ShadowImageProvider);

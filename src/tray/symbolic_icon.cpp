@@ -1,11 +1,12 @@
 #include "tray/symbolic_icon.h"
 
+#include "app/runtime_folder.h"
+
 #include <QBuffer>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -76,11 +77,11 @@ QString writeThemeFolder() {
         return {};
     }
     const QByteArray svg = resource.readAll();
-    const QString runtime = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (runtime.isEmpty()) {
+    const auto runtime = runtimeFolder();
+    if (!runtime) {
         return {};
     }
-    const QDir folder(runtime + QStringLiteral("/quillon/icons"));
+    const QDir folder(QFile::decodeName((*runtime / "quillon" / "icons").c_str()));
     const QString file = QString::fromLatin1(symbolicIconName) + QStringLiteral(".svg");
     const bool written =
         writeCopy(svg, folder.filePath(QStringLiteral("hicolor/scalable/apps/") + file)) &&

@@ -1,5 +1,6 @@
 #include "app/single_instance.h"
 #include "support/qt_wait.h"
+#include "support/scoped_env.h"
 #include "support/temp_dir.h"
 
 #include <QDBusConnection>
@@ -19,27 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets an environment variable for the life of the object.
-class ScopedEnv {
-public:
-    ScopedEnv(const char* name, const std::string& value) : name_(name) {
-        if (const char* old = std::getenv(name)) {
-            old_ = old;
-        }
-        ::setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnv() {
-        if (old_) {
-            ::setenv(name_, old_->c_str(), 1);
-        } else {
-            ::unsetenv(name_);
-        }
-    }
-
-private:
-    const char* name_;
-    std::optional<std::string> old_;
-};
+using test::ScopedEnv;
 
 TEST(SingleInstance, TheSecondHolderOfTheSameLockIsNotFirst) {
     const test::TempDir dir;
@@ -80,24 +61,6 @@ TEST(SingleInstance, TheDefaultLockLivesInThePrivateRuntimeFolder) {
     fs::permissions(dir.path(), fs::perms::owner_all);
     const ScopedEnv runtime("XDG_RUNTIME_DIR", dir.path().string());
     EXPECT_EQ(SingleInstance::defaultLockFile(), dir.path() / "quillon.lock");
-}
-
-TEST(SingleInstance, WithoutARuntimeFolderTheLockGoesToAPrivateFolderInTmp) {
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", "");
-    const fs::path folder = "/tmp/quillon-" + std::to_string(::getuid());
-    EXPECT_EQ(SingleInstance::defaultLockFile(), folder / "quillon.lock");
-    struct stat info {};
-    ASSERT_EQ(::lstat(folder.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-}
-
-TEST(SingleInstance, ARuntimeFolderOpenToOthersIsNotUsed) {
-    const test::TempDir dir;
-    fs::permissions(dir.path(), fs::perms::all);
-    const ScopedEnv runtime("XDG_RUNTIME_DIR", dir.path().string());
-    const auto lock = SingleInstance::defaultLockFile();
-    ASSERT_TRUE(lock.has_value());
-    EXPECT_NE(lock->parent_path(), dir.path());
 }
 
 // The real program, started twice for the same user.

@@ -10,6 +10,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <numbers>
 
 namespace quillon {
@@ -86,6 +88,21 @@ const QColor green(0x2f, 0xb8, 0x51);
 const QColor yellow(0xf2, 0xc0, 0x00);
 const QColor orange(0xf5, 0x8a, 0x00);
 const QColor red(0xee, 0x3b, 0x30);
+
+// Drawing a card leaves no compiled views behind in the user's cache or home (the test runs
+// with a HOME and an XDG_CACHE_HOME of its own).
+TEST(CardRendererTest, DrawingACardWritesNoQmlCache) {
+    const UsageCard card(snapshot(42, 17), updated);
+    ASSERT_FALSE(card.image().isNull());
+    for (const char* folder : {"XDG_CACHE_HOME", "HOME"}) {
+        const char* path = std::getenv(folder);
+        ASSERT_NE(path, nullptr) << folder;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
+            EXPECT_NE(entry.path().extension(), ".qmlc") << entry.path();
+            EXPECT_NE(entry.path().filename(), "qmlcache") << entry.path();
+        }
+    }
+}
 
 TEST(CardRendererTest, GaugeAtFortyNineIsGreen) {
     const RingSample ring = sampleRing(49);
