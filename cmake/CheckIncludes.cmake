@@ -1,7 +1,7 @@
 # Run as `cmake -DSOURCE_DIR=<src> -P CheckIncludes.cmake`: fails when a source file includes a
 # header its folder must not use. The core includes nothing of Qt and nothing of the shell; the
 # shell's parts include the application's state (app/) and the core, never each other.
-set(core model providers localstats alerts intents)
+set(core model providers localstats alerts intents mcp)
 set(parts tray panel notifications bus cli)
 
 set(failures "")

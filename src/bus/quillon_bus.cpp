@@ -7,6 +7,8 @@
 #include <QDBusAbstractAdaptor>
 #include <QDBusMessage>
 
+#include <utility>
+
 namespace quillon {
 
 // The org.quillon.Quillon1 interface. The introspection data is written out so that every
@@ -22,6 +24,7 @@ class QuillonBusAdaptor : public QDBusAbstractAdaptor {
                 "    <property name=\"Codex\" type=\"a{sv}\" access=\"read\"/>\n"
                 "    <property name=\"AlertThresholds\" type=\"ax\" access=\"read\"/>\n"
                 "    <method name=\"Refresh\"/>\n"
+                "    <method name=\"RefreshAndWait\"/>\n"
                 "    <method name=\"ShowPanel\"/>\n"
                 "  </interface>\n")
     Q_PROPERTY(QString Title READ title)
@@ -45,6 +48,7 @@ public:
 
 public slots:
     void Refresh() { bus_->refresh(); }
+    void RefreshAndWait(const QDBusMessage& message) { bus_->refreshAndWait(message); }
     void ShowPanel() { bus_->showPanel(); }
 
 private:
@@ -69,6 +73,11 @@ QuillonBus::QuillonBus(AppState& state, std::function<void()> showPanel, QDBusCo
                               &AppState::lastUpdatedChanged, &AppState::settingsChanged}) {
         connect(&state_, signal, &announce_, qOverload<>(&QTimer::start));
     }
+    connect(&state_, &AppState::isRefreshingChanged, this, [this] {
+        if (!state_.isRefreshing()) {
+            answerWaiting();
+        }
+    });
     objectRegistered_ = bus_.registerObject(QString::fromLatin1(busNames::objectPath), this);
     published_ = objectRegistered_ && bus_.registerService(QString::fromLatin1(busNames::service));
 }
@@ -90,6 +99,22 @@ QVariantMap QuillonBus::properties() const {
 
 void QuillonBus::refresh() {
     state_.refreshAll();
+}
+
+void QuillonBus::refreshAndWait(const QDBusMessage& message) {
+    message.setDelayedReply(true);
+    waiting_.append(message);
+    // A refresh already under way is the one waited for; a new one starts otherwise.
+    state_.refreshAll();
+    if (!state_.isRefreshing()) {
+        answerWaiting();
+    }
+}
+
+void QuillonBus::answerWaiting() {
+    for (const QDBusMessage& message : std::exchange(waiting_, {})) {
+        bus_.send(message.createReply());
+    }
 }
 
 void QuillonBus::showPanel() {

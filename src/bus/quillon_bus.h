@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QList>
 #include <QObject>
 #include <QTimer>
 #include <QVariantMap>
@@ -15,7 +17,9 @@ class QuillonBusAdaptor;
 // The running application on the session bus: org.quillon.Quillon1 at /org/quillon/Quillon
 // under the name org.quillon.Quillon, with the figures of both providers as properties, a
 // PropertiesChanged signal for each published change (one signal per change of the state,
-// naming only the properties whose values differ), and the methods Refresh() and ShowPanel().
+// naming only the properties whose values differ), and the methods Refresh(), RefreshAndWait()
+// (which answers once that refresh has finished, so a client can read the fresh figures) and
+// ShowPanel().
 // Nothing of it is written to disk.
 class QuillonBus : public QObject {
     Q_OBJECT
@@ -38,16 +42,20 @@ public:
     QVariantMap properties() const;
 
     void refresh();
+    // Refreshes and answers `message` once the refresh has finished.
+    void refreshAndWait(const QDBusMessage& message);
     void showPanel();
 
 private:
     void announceChanges();
+    void answerWaiting();
 
     AppState& state_;
     std::function<void()> showPanel_;
     QDBusConnection bus_;
     QuillonBusAdaptor* adaptor_ = nullptr;
     QVariantMap announced_;
+    QList<QDBusMessage> waiting_;
     QTimer announce_;
     bool objectRegistered_ = false;
     bool published_ = false;
