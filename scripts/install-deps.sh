@@ -16,8 +16,18 @@ packages=(
     # tests and benchmarks
     libgtest-dev libgmock-dev libcpp-httplib-dev libbenchmark-dev openssl
     xvfb xauth dbus dbus-bin xdotool x11-utils
+    # the MCP server's tests drive it with the official TypeScript SDK's client
+    nodejs npm
     # the panel speaks to the X server for its hints and its outside-click watch
     libxcb1-dev libxcb-xinput-dev
 )
 
 install_missing "${packages[@]}"
+
+# The SDK client's packages, exactly as package-lock.json pins them. Nothing is fetched when they
+# are already installed, so a machine without the registry builds and tests once they are.
+mcp_tests="$(dirname "$0")/../tests/mcp"
+if ! cmp -s "$mcp_tests/package-lock.json" "$mcp_tests/node_modules/.installed-lock.json"; then
+    npm ci --prefix "$mcp_tests" --no-audit --no-fund --loglevel=error
+    cp "$mcp_tests/package-lock.json" "$mcp_tests/node_modules/.installed-lock.json"
+fi
