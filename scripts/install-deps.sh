@@ -17,10 +17,12 @@ packages=(
     libgtest-dev libgmock-dev libcpp-httplib-dev libbenchmark-dev openssl
     xvfb xauth dbus dbus-bin xdotool x11-utils
     # the MCP server's tests drive it with the official TypeScript SDK's client
-    nodejs npm
+    nodejs
     # the panel speaks to the X server for its hints and its outside-click watch
     libxcb1-dev libxcb-xinput-dev
 )
+# Debian's npm, unless a Node.js from elsewhere brings its own (and then conflicts with it).
+command -v npm >/dev/null || packages+=(npm)
 
 install_missing "${packages[@]}"
 
