@@ -2,6 +2,7 @@
 
 #include "cli/intent_commands.h"
 #include "cli/lean_commands.h"
+#include "cli/mcp_command.h"
 #include "cli/set_credential_command.h"
 #include "cli/status_command.h"
 
@@ -52,13 +53,13 @@ const std::vector<Command>& commands() {
          "                                   the running Quillon's figures and the pace of each\n"
          "                                   window, for status bars and scripts",
          withoutExtras(runStatus)},
-        // Listed for the help; runLeanCommand runs them.
+        // Listed for the help; runLeanCommand runs it.
         {"statusline",
          "statusline                       one line for Claude Code's status line (reads its\n"
          "                                   JSON on stdin)",
          nullptr},
         {"mcp", "mcp                              a Model Context Protocol server on stdin/stdout",
-         nullptr},
+         withoutExtras(runMcp)},
         {"shortcuts",
          "shortcuts [--desktop-actions]    the intents and the phrases that ask for them",
          withoutExtras(runShortcuts)},

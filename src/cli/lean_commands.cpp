@@ -1,6 +1,5 @@
 #include "cli/lean_commands.h"
 
-#include "cli/mcp_command.h"
 #include "cli/statusline_command.h"
 
 #include <ostream>
@@ -20,9 +19,6 @@ std::optional<int> runLeanCommand(const std::vector<std::string>& args, CommandS
     const auto rest = std::span(args).subspan(1);
     if (name == "statusline") {
         return runStatusLine(rest, streams);
-    }
-    if (name == "mcp") {
-        return runMcp(rest, streams);
     }
     return std::nullopt;
 }

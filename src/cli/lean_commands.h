@@ -8,9 +8,9 @@
 
 namespace quillon {
 
-// The commands that need nothing of the GUI and run often (a terminal's status line redraws every
-// few hundred milliseconds): --version, statusline and mcp. `quillon` runs them before it loads
-// the rest of the program. Nothing when `args` names another command.
+// The commands that must start quickly (a terminal's status line is redrawn every few hundred
+// milliseconds): --version and statusline. `quillon` runs them with Qt's core and bus libraries
+// only, before it loads the rest of the program. Nothing when `args` names another command.
 std::optional<int> runLeanCommand(const std::vector<std::string>& args, CommandStreams streams);
 
 } // namespace quillon
