@@ -1,7 +1,7 @@
 // Quillon's bus interface with fixed figures and no network, for timing its clients:
-//   statusline_stand_in
-// Publishes the real state's interface on the session bus, refreshes once (Claude 42 %, Codex
-// 17 %), prints "ready" and runs until SIGTERM.
+//   statusline_stand_in [CLAUDE_PERCENT CODEX_PERCENT]
+// Publishes the real state's interface on the session bus, refreshes once (five-hour windows at
+// Claude 42 % and Codex 17 % unless given), prints "ready" and runs until SIGTERM.
 #include "app/app_state.h"
 #include "app/termination_signals.h"
 #include "bus/quillon_bus.h"
@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 int main(int argc, char** argv) {
     using namespace quillon;
@@ -31,8 +32,9 @@ int main(int argc, char** argv) {
         };
     };
     AppServices services;
-    services.fetchClaude = figures(Provider::claude, 42, 23);
-    services.fetchCodex = figures(Provider::codex, 17, 31);
+    const bool given = argc == 3;
+    services.fetchClaude = figures(Provider::claude, given ? std::atoll(argv[1]) : 42, 23);
+    services.fetchCodex = figures(Provider::codex, given ? std::atoll(argv[2]) : 17, 31);
     test::MemoryCredentialStore credentials;
     AppState state(credentials, services);
     const QuillonBus bus(state, [] {});
