@@ -69,6 +69,11 @@ TEST_F(McpCommandTest, GetUsageGivesEveryWindowWithItsResetAndPace) {
 TEST_F(McpCommandTest, RefreshUsageWaitsForTheRunningQuillonsFreshFigures) {
     startApp();
     servers.setFigures(64, 30);
+    // The fresh Claude figures come slowly: the tool has to wait for the refresh to finish.
+    servers.claudeApi.slowBody(
+        "/api/oauth/usage",
+        R"({"five_hour":{"utilization":64},"seven_day":{"utilization":7},"plan_type":"max"})",
+        std::chrono::milliseconds(20));
     const auto replies = exchange(
         R"({"jsonrpc":"2.0","id":1,"method":"tools/call","params":{"name":"refresh_usage"}})"
         "\n");
