@@ -144,7 +144,8 @@ std::string snapshotStatusLine(const std::optional<SharedUsageData>& snapshot,
 std::string compactDuration(std::chrono::seconds duration) {
     using namespace std::chrono;
     const auto totalMinutes = std::max<std::int64_t>(duration_cast<minutes>(duration).count(), 0);
-    const auto days = totalMinutes / (24 * 60);
+    constexpr std::int64_t minutesPerDay = std::int64_t{24} * 60;
+    const auto days = totalMinutes / minutesPerDay;
     const auto hours = totalMinutes / 60 % 24;
     const auto mins = totalMinutes % 60;
     char text[48];
