@@ -30,6 +30,11 @@ install_missing "${packages[@]}"
 # are already installed, so a machine without the registry builds and tests once they are.
 mcp_tests="$(dirname "$0")/../tests/mcp"
 if ! cmp -s "$mcp_tests/package-lock.json" "$mcp_tests/node_modules/.installed-lock.json"; then
+    # npm trusts its own list of certificate authorities only; the system's is what a proxy's
+    # authority is added to.
+    if [ -z "${NODE_EXTRA_CA_CERTS:-}" ] && [ -r /etc/ssl/certs/ca-certificates.crt ]; then
+        export NODE_EXTRA_CA_CERTS=/etc/ssl/certs/ca-certificates.crt
+    fi
     npm ci --prefix "$mcp_tests" --no-audit --no-fund --loglevel=error
     cp "$mcp_tests/package-lock.json" "$mcp_tests/node_modules/.installed-lock.json"
 fi

@@ -173,7 +173,7 @@ TEST_F(QuillonBusTest, IntrospectionDescribesTheInterface) {
         {"Codex", "a{sv}"}, {"AlertThresholds", "ax"},
     };
     EXPECT_EQ(properties, expected);
-    EXPECT_EQ(methods, (QStringList{"Refresh", "ShowPanel"}));
+    EXPECT_EQ(methods, (QStringList{"Refresh", "RefreshAndWait", "ShowPanel"}));
 }
 
 TEST_F(QuillonBusTest, PropertiesCarryTheFiguresAsTypedValues) {
