@@ -19,7 +19,7 @@ packages=(
     # the MCP server's tests drive it with the official TypeScript SDK's client
     nodejs
     # the panel speaks to the X server for its hints and its outside-click watch
-    libxcb1-dev libxcb-xinput-dev
+    libxcb1-dev libxcb-xinput-dev libxcb-shape0-dev
 )
 # Debian's npm, unless a Node.js from elsewhere brings its own (and then conflicts with it).
 command -v npm >/dev/null || packages+=(npm)
