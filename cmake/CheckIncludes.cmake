@@ -2,7 +2,7 @@
 # header its folder must not use. The core includes nothing of Qt and nothing of the shell; the
 # desktop knowledge (desktop/) includes the application's state (app/) and the core; the shell's
 # parts include those, never each other.
-set(core model providers localstats alerts intents)
+set(core model providers localstats alerts intents mcp)
 set(parts tray panel notifications bus cli)
 
 set(failures "")

@@ -35,6 +35,13 @@ if [ "${CMAKE_CXX_COMPILER_LAUNCHER:-}" = ccache ]; then
         --env CCACHE_NOHASHDIR=1 --env CMAKE_CXX_COMPILER_LAUNCHER=ccache
         --env CMAKE_C_COMPILER_LAUNCHER=ccache)
 fi
+# npm inside reaches its registry through this machine's network, which may need this machine's
+# certificate authorities (a proxy's, say).
+if [ -n "${NODE_EXTRA_CA_CERTS:-}" ] && [ -r "$NODE_EXTRA_CA_CERTS" ]; then
+    mkdir -p "$copy/build"
+    cp "$NODE_EXTRA_CA_CERTS" "$copy/build/host-ca-certificates.crt"
+    run+=(--env NODE_EXTRA_CA_CERTS="/srv/$name/build/host-ca-certificates.crt")
+fi
 
 status=0
 "$system" run "$release" build "${run[@]}" -- make -C "/srv/$name" "$@" || status=$?

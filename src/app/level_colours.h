@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/usage_level.h"
+
 #include <QColor>
 
 namespace quillon {
@@ -15,12 +17,12 @@ struct LevelColours {
 };
 
 inline LevelColours levelColours(bool dark) {
-    if (dark) {
-        return {QColor(0xff, 0x55, 0x4a), QColor(0xff, 0xa1, 0x1a), QColor(0xff, 0xd4, 0x26),
-                QColor(0x3a, 0xd1, 0x63)};
-    }
-    return {QColor(0xee, 0x3b, 0x30), QColor(0xf5, 0x8a, 0x00), QColor(0xf2, 0xc0, 0x00),
-            QColor(0x2f, 0xb8, 0x51)};
+    const auto colour = [dark](UsageLevel level) {
+        const Rgb rgb = levelRgb(level, dark);
+        return QColor(rgb.red, rgb.green, rgb.blue);
+    };
+    return {colour(UsageLevel::red), colour(UsageLevel::orange), colour(UsageLevel::yellow),
+            colour(UsageLevel::green)};
 }
 
 } // namespace quillon

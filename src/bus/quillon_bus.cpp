@@ -27,6 +27,7 @@ class QuillonBusAdaptor : public QDBusAbstractAdaptor {
                 "    <property name=\"MenuRows\" type=\"as\" access=\"read\"/>\n"
                 "    <property name=\"PanelVisible\" type=\"b\" access=\"read\"/>\n"
                 "    <method name=\"Refresh\"/>\n"
+                "    <method name=\"RefreshAndWait\"/>\n"
                 "    <method name=\"ShowPanel\"/>\n"
                 "    <method name=\"ShowPanelAt\">\n"
                 "      <arg name=\"x\" type=\"i\" direction=\"in\"/>\n"
@@ -82,6 +83,7 @@ public slots:
     void HidePanel() { run(bus_->actions().hidePanel); }
     void PressedAt(int x, int y) { run(bus_->actions().pressedAt, QPoint(x, y)); }
     void Quit() { run(bus_->actions().quit); }
+    void RefreshAndWait(const QDBusMessage& message) { bus_->refreshAndWait(message); }
 
 private:
     template <typename Action, typename... Args>
@@ -116,6 +118,11 @@ QuillonBus::QuillonBus(AppState& state, BusActions actions, QDBusConnection bus,
                               &AppState::lastUpdatedChanged, &AppState::settingsChanged}) {
         connect(&state_, signal, &announce_, qOverload<>(&QTimer::start));
     }
+    connect(&state_, &AppState::isRefreshingChanged, this, [this] {
+        if (!state_.isRefreshing()) {
+            answerWaiting();
+        }
+    });
     objectRegistered_ = bus_.registerObject(QString::fromLatin1(busNames::objectPath), this);
     published_ = objectRegistered_ && bus_.registerService(QString::fromLatin1(busNames::service));
 }
@@ -144,6 +151,22 @@ void QuillonBus::refresh() {
 
 void QuillonBus::announce() {
     announce_.start();
+}
+
+void QuillonBus::refreshAndWait(const QDBusMessage& message) {
+    message.setDelayedReply(true);
+    waiting_.append(message);
+    // A refresh already under way is the one waited for; a new one starts otherwise.
+    state_.refreshAll();
+    if (!state_.isRefreshing()) {
+        answerWaiting();
+    }
+}
+
+void QuillonBus::answerWaiting() {
+    for (const QDBusMessage& message : std::exchange(waiting_, {})) {
+        bus_.send(message.createReply());
+    }
 }
 
 void QuillonBus::announceChanges() {

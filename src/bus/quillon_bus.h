@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QList>
 #include <QObject>
 #include <QPoint>
 #include <QRect>
@@ -36,7 +38,9 @@ struct BusActions {
 // The running application on the session bus: org.quillon.Quillon1 at /org/quillon/Quillon
 // under the name org.quillon.Quillon, with the figures of both providers as properties, a
 // PropertiesChanged signal for each published change (one signal per change of the state,
-// naming only the properties whose values differ), and the methods Refresh() and ShowPanel().
+// naming only the properties whose values differ), and the methods Refresh(),
+// RefreshAndWait() (which answers once that refresh has finished, so a client can read the
+// fresh figures) and ShowPanel().
 // For a desktop shell that draws the item itself, it also carries the menu's lines of figures
 // and whether the panel is open, and takes requests to place, toggle and hide the panel, the
 // presses the shell sees, and Quit. Nothing of it is written to disk.
@@ -64,15 +68,19 @@ public:
     // Compares the properties with those last announced, once the present step has run, and
     // announces what changed: for changes that do not come from the state (the panel opening).
     void announce();
+    // Refreshes and answers `message` once the refresh has finished.
+    void refreshAndWait(const QDBusMessage& message);
 
 private:
     void announceChanges();
+    void answerWaiting();
 
     AppState& state_;
     BusActions actions_;
     QDBusConnection bus_;
     QuillonBusAdaptor* adaptor_ = nullptr;
     QVariantMap announced_;
+    QList<QDBusMessage> waiting_;
     QTimer announce_;
     bool objectRegistered_ = false;
     bool published_ = false;

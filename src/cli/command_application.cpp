@@ -5,22 +5,18 @@
 namespace quillon {
 
 std::unique_ptr<QCoreApplication> makeCommandApplication(bool needsGui) {
-    static int argc = 1;
-    static char name[] = "quillon";
-    static char* argv[] = {name, nullptr};
+    if (!needsGui) {
+        return makeCoreApplication();
+    }
     if (QCoreApplication::instance() != nullptr) {
         return nullptr;
     }
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
-    if (needsGui) {
-        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") &&
-            qEnvironmentVariableIsEmpty("DISPLAY") &&
-            qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        }
-        return std::make_unique<QGuiApplication>(argc, argv);
+    silenceQtMessages();
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     }
-    return std::make_unique<QCoreApplication>(argc, argv);
+    return std::make_unique<QGuiApplication>(commandArgc(), commandArgv());
 }
 
 } // namespace quillon

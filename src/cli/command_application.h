@@ -12,4 +12,13 @@ namespace quillon {
 // machine, say) are kept out of the command's output.
 std::unique_ptr<QCoreApplication> makeCommandApplication(bool needsGui);
 
+// The core one alone. It lives in a file of its own, so that the commands that need no GUI link
+// none of Qt's GUI libraries and start quickly.
+std::unique_ptr<QCoreApplication> makeCoreApplication();
+
+// What both hand to Qt: the program's name as the only argument, and no message output.
+int& commandArgc();
+char** commandArgv();
+void silenceQtMessages();
+
 } // namespace quillon

@@ -1,6 +1,8 @@
 #include "cli/command_line.h"
 
 #include "cli/intent_commands.h"
+#include "cli/lean_commands.h"
+#include "cli/mcp_command.h"
 #include "cli/set_credential_command.h"
 #include "cli/status_command.h"
 
@@ -51,6 +53,13 @@ const std::vector<Command>& commands() {
          "                                   the running Quillon's figures and the pace of each\n"
          "                                   window, for status bars and scripts",
          withoutExtras(runStatus)},
+        // Listed for the help; runLeanCommand runs it.
+        {"statusline",
+         "statusline                       one line for Claude Code's status line (reads its\n"
+         "                                   JSON on stdin)",
+         nullptr},
+        {"mcp", "mcp                              a Model Context Protocol server on stdin/stdout",
+         withoutExtras(runMcp)},
         {"shortcuts",
          "shortcuts [--desktop-actions]    the intents and the phrases that ask for them",
          withoutExtras(runShortcuts)},
@@ -86,12 +95,11 @@ std::optional<int> runCommandLine(const std::vector<std::string>& args, CommandS
         printUsage(streams.out);
         return 0;
     }
-    if (name == "--version") {
-        streams.out << "quillon " << QUILLON_VERSION << '\n';
-        return 0;
+    if (const auto status = runLeanCommand(args, streams)) {
+        return status;
     }
     for (const auto& command : commands()) {
-        if (command.name == name) {
+        if (command.name == name && command.run) {
             return command.run(std::span(args).subspan(1), streams, extras);
         }
     }

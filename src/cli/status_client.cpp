@@ -12,8 +12,6 @@ namespace quillon {
 namespace {
 
 constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
-// A running application answers at once; one that hangs is taken for not running.
-constexpr int callTimeoutMs = 5000;
 
 QString name(const char* text) {
     return QString::fromLatin1(text);
@@ -50,8 +48,8 @@ QVariantMap plainMap(const QVariant& value) {
 
 } // namespace
 
-StatusClient::StatusClient(QDBusConnection bus, QObject* parent)
-    : QObject(parent), bus_(std::move(bus)) {}
+StatusClient::StatusClient(QDBusConnection bus, int timeoutMs, QObject* parent)
+    : QObject(parent), bus_(std::move(bus)), timeoutMs_(timeoutMs) {}
 
 StatusFigures StatusClient::figuresFrom(const QVariantMap& properties) {
     StatusFigures figures;
@@ -79,7 +77,7 @@ bool StatusClient::readAll() {
     auto call = QDBusMessage::createMethodCall(name(busNames::service), name(busNames::objectPath),
                                                name(propertiesInterface), QStringLiteral("GetAll"));
     call << name(busNames::interface);
-    const QDBusMessage reply = bus_.call(call, QDBus::Block, callTimeoutMs);
+    const QDBusMessage reply = bus_.call(call, QDBus::Block, timeoutMs_);
     if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) {
         return false;
     }

@@ -20,7 +20,12 @@ class StatusClient : public QObject {
 public:
     using OnChange = std::function<void(const StatusFigures&)>;
 
-    explicit StatusClient(QDBusConnection bus, QObject* parent = nullptr);
+    // A running application answers at once; one that takes longer than `timeoutMs` is taken
+    // for not running.
+    explicit StatusClient(QDBusConnection bus, int timeoutMs = defaultTimeoutMs,
+                          QObject* parent = nullptr);
+
+    static constexpr int defaultTimeoutMs = 5000;
 
     // The figures as the application offers them now; not running when its name has no owner
     // or the owner does not answer.
@@ -43,6 +48,7 @@ private:
     bool readAll();
 
     QDBusConnection bus_;
+    int timeoutMs_;
     QVariantMap properties_;
     bool running_ = false;
     OnChange onChange_;

@@ -1,7 +1,5 @@
 #include "model/pace.h"
 
-#include "model/local_date_format.h"
-
 #include <cmath>
 #include <cstdio>
 
@@ -13,12 +11,6 @@ using std::chrono::seconds;
 // Seconds since the epoch as a double: differences of far-apart instants cannot overflow.
 double toSeconds(Instant instant) {
     return std::chrono::duration<double>(instant.time_since_epoch()).count();
-}
-
-std::string limitMoment(Instant instant, WindowKind kind) {
-    static const LocalDateFormat clock(u"h:mm a");
-    static const LocalDateFormat weekdayAndClock(u"EEE h:mm a");
-    return kind == WindowKind::fiveHour ? clock.format(instant) : weekdayAndClock.format(instant);
 }
 
 } // namespace
@@ -81,31 +73,6 @@ std::string shortDuration(seconds duration) {
                       static_cast<long long>(minutes / 60 % 24));
     }
     return text;
-}
-
-std::string pacePhrase(const std::optional<Pace>& pace, WindowKind kind) {
-    if (!pace) {
-        return "";
-    }
-    if (pace->limitReached) {
-        return "the limit is reached";
-    }
-    if (pace->limitAt && pace->limitBeforeReset) {
-        const std::string when =
-            "at this pace the limit is reached at " + limitMoment(*pace->limitAt, kind);
-        if (pace->limitBeforeReset->count() < 60) {
-            return when + ", just at the reset";
-        }
-        return when + ", " + shortDuration(*pace->limitBeforeReset) + " before the reset";
-    }
-    if (pace->projectedPercent) {
-        return "at this pace " + std::to_string(*pace->projectedPercent) + "% by the reset";
-    }
-    return "";
-}
-
-std::string pacePhrase(const UsageWindow& window, WindowKind kind, Instant now) {
-    return pacePhrase(pace(window, kind, now), kind);
 }
 
 } // namespace quillon

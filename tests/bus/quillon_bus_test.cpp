@@ -190,8 +190,8 @@ TEST_F(QuillonBusTest, IntrospectionDescribesTheInterface) {
         {"PanelVisible", "b"},
     };
     EXPECT_EQ(properties, expected);
-    EXPECT_EQ(methods, (QStringList{"Refresh", "ShowPanel", "ShowPanelAt", "TogglePanelAt",
-                                    "HidePanel", "PressedAt", "Quit"}));
+    EXPECT_EQ(methods, (QStringList{"Refresh", "RefreshAndWait", "ShowPanel", "ShowPanelAt",
+                                    "TogglePanelAt", "HidePanel", "PressedAt", "Quit"}));
 }
 
 TEST_F(QuillonBusTest, PropertiesCarryTheFiguresAsTypedValues) {

@@ -1,0 +1,74 @@
+#include "cli/status_schema.h"
+
+namespace quillon {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+Json nullable(const char* type) {
+    return Json{{"type", Json::array({type, "null"})}};
+}
+
+Json nullableObject(Json properties) {
+    Json required = Json::array();
+    for (const auto& [key, value] : properties.items()) {
+        required.push_back(key);
+    }
+    return Json{{"type", Json::array({"object", "null"})},
+                {"properties", std::move(properties)},
+                {"required", std::move(required)}};
+}
+
+Json windowSchema() {
+    return nullableObject(Json{
+        {"percent", Json{{"type", "integer"}, {"description", "use of the window, as received"}}},
+        {"resetsAt", nullable("string")},
+        {"resetLabel", Json{{"type", "string"}}},
+        {"pace", nullableObject(Json{{"elapsed", Json{{"type", "number"}}},
+                                     {"projectedPercent", nullable("integer")},
+                                     {"limitReached", Json{{"type", "boolean"}}},
+                                     {"limitAt", nullable("string")},
+                                     {"limitBeforeResetSeconds", nullable("integer")},
+                                     {"phrase", Json{{"type", "string"}}}})},
+    });
+}
+
+Json providerSchema() {
+    Json schema = nullableObject(Json{
+        {"connected", Json{{"type", "boolean"}}},
+        {"plan", nullable("string")},
+        {"fiveHour", windowSchema()},
+        {"weekly", windowSchema()},
+        {"sonnet", windowSchema()},
+        {"context", nullableObject(Json{{"projectName", Json{{"type", "string"}}},
+                                        {"tokensUsed", Json{{"type", "integer"}}},
+                                        {"effectiveWindow", Json{{"type", "integer"}}},
+                                        {"tokensRemaining", Json{{"type", "integer"}}},
+                                        {"percentUsed", Json{{"type", "integer"}}}})},
+        {"today", nullableObject(Json{{"messages", Json{{"type", "integer"}}},
+                                      {"tokens", Json{{"type", "string"}}}})},
+    });
+    schema["type"] = "object";
+    return schema;
+}
+
+} // namespace
+
+Json statusDocumentSchema() {
+    return Json{
+        {"type", "object"},
+        {"properties",
+         Json{{"running", Json{{"type", "boolean"}}},
+              {"title", Json{{"type", "string"}}},
+              {"class", Json{{"type", "string"},
+                             {"enum", Json::array({"normal", "warning", "critical", "stopped"})}}},
+              {"lastUpdated", nullable("string")},
+              {"alertThresholds", Json{{"type", "array"}, {"items", Json{{"type", "integer"}}}}},
+              {"claude", providerSchema()},
+              {"codex", providerSchema()}}},
+        {"required", Json::array({"running", "title", "class", "lastUpdated", "alertThresholds",
+                                  "claude", "codex"})},
+    };
+}
+
+} // namespace quillon
