@@ -16,6 +16,8 @@ packages=(
     # tests and benchmarks
     libgtest-dev libgmock-dev libcpp-httplib-dev libbenchmark-dev openssl
     xvfb xauth dbus dbus-bin xdotool x11-utils
+    # the Debian package: CPack reads the binary with file and its libraries with dpkg-shlibdeps
+    file dpkg-dev
     # the panel speaks to the X server for its hints and its outside-click watch
     libxcb1-dev libxcb-xinput-dev
 )
