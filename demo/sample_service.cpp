@@ -133,8 +133,8 @@ void SampleService::route() {
         if (claudeOutage(response)) {
             return;
         }
-        const json organizations = json::array(
-            {{{"uuid", "5f0c6e2a-demo"}, {"plan", currentFigures()->claudePlan}}});
+        const json organizations =
+            json::array({{{"uuid", "5f0c6e2a-demo"}, {"plan", currentFigures()->claudePlan}}});
         response.set_content(organizations.dump(), "application/json");
     });
     server_->Get(R"(/api/organizations/[^/]+/usage)",
