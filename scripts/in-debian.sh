@@ -3,7 +3,8 @@
 # and kept by debian-system.sh), as a user of that release would run them: `make test` on
 # Debian 13, say. The copy lives in the system at /srv/<this folder's name> (one copy per working
 # tree, so trees side by side never overwrite each other) and keeps its build folders between
-# runs; what the goals leave in its build/desktops comes back to build/<release>/desktops here.
+# runs; what the goals leave in its build/desktops and build/package comes back to
+# build/<release>/ here.
 # With CMAKE_CXX_COMPILER_LAUNCHER=ccache set, the system's builds share a compiler cache of their
 # own, kept beside the system.
 #
@@ -38,9 +39,11 @@ fi
 
 status=0
 "$system" run "$release" build "${run[@]}" -- make -C "/srv/$name" "$@" || status=$?
-if [ -d "$copy/build/desktops" ]; then
-    mkdir -p "$repo/build/$release"
-    rm -rf "$repo/build/$release/desktops"
-    cp -a "$copy/build/desktops" "$repo/build/$release/desktops"
-fi
+for results in desktops package; do
+    if [ -d "$copy/build/$results" ]; then
+        mkdir -p "$repo/build/$release"
+        rm -rf "${repo:?}/build/$release/$results"
+        cp -a "$copy/build/$results" "$repo/build/$release/$results"
+    fi
+done
 exit "$status"
