@@ -83,7 +83,7 @@ def on_get(bus, sender, path, interface, name):
 
 
 def child_ended(pid, status):
-    print("the command ended before any item registered (status %d)" % status, flush=True)
+    print("the command ended before any item registered (status %d)" % os.waitstatus_to_exitcode(status), flush=True)
     outcome["child"] = None
     finish(1)
 
