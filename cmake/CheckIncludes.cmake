@@ -1,6 +1,7 @@
 # Run as `cmake -DSOURCE_DIR=<src> -P CheckIncludes.cmake`: fails when a source file includes a
 # header its folder must not use. The core includes nothing of Qt and nothing of the shell; the
-# shell's parts include the application's state (app/) and the core, never each other.
+# desktop knowledge (desktop/) includes the application's state (app/) and the core; the shell's
+# parts include those, never each other.
 set(core model providers localstats alerts intents)
 set(parts tray panel notifications bus cli)
 
@@ -19,13 +20,15 @@ endfunction()
 
 foreach(folder IN LISTS core)
     forbid(${folder} "^#include *<Qt?[A-Za-z]*" "the core has no Qt")
-    forbid(${folder} "^#include *\"(app|tray|panel|notifications|bus|cli)/" "the core has no shell")
+    forbid(${folder} "^#include *\"(app|desktop|tray|panel|notifications|bus|cli)/" "the core has no shell")
 endforeach()
+list(JOIN parts "|" all_parts)
+forbid(desktop "^#include *\"(${all_parts})/" "desktop uses only app/ and the core")
 foreach(folder IN LISTS parts)
     set(others ${parts})
     list(REMOVE_ITEM others ${folder})
     list(JOIN others "|" alternatives)
-    forbid(${folder} "^#include *\"(${alternatives})/" "${folder} uses only app/ and the core")
+    forbid(${folder} "^#include *\"(${alternatives})/" "${folder} uses only app/, desktop/ and the core")
 endforeach()
 
 if(failures)

@@ -2,8 +2,9 @@
 # project is configured: a link that should not exist stops the configuration.
 #   - the core links nothing of Qt;
 #   - the application's state (quillon_app) links no part of the shell built on it;
-#   - tray, panel, notifications, bus and cli link the application's state and the core, never
-#     each other and never the application object that wires them together.
+#   - the desktop knowledge (quillon_desktop) links the application's state and the core only;
+#   - tray, panel, notifications, bus and cli link the application's state, the desktop knowledge
+#     and the core, never each other and never the application object that wires them together.
 
 # Every library `target` reaches through its link libraries, into `result`.
 function(quillon_reachable_libraries target result)
@@ -52,7 +53,8 @@ endfunction()
 function(quillon_check_layering)
     set(shell_parts quillon_tray quillon_panel quillon_notifications quillon_bus quillon_cli)
     quillon_forbid_links(quillon_core "^Qt6?::")
-    quillon_forbid_links(quillon_app "^quillon_application$" ${shell_parts})
+    quillon_forbid_links(quillon_app "^quillon_application$" "^quillon_desktop$" ${shell_parts})
+    quillon_forbid_links(quillon_desktop "^quillon_application$" ${shell_parts})
     foreach(part IN LISTS shell_parts)
         set(others ${shell_parts})
         list(REMOVE_ITEM others ${part})

@@ -1,6 +1,6 @@
 #include "bar_item_finder.h"
 
-#include "app/screen_areas.h"
+#include "desktop/screen_areas.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

@@ -19,7 +19,7 @@ packages=(
     # the Debian package: CPack reads the binary with file and its libraries with dpkg-shlibdeps
     file dpkg-dev
     # the panel speaks to the X server for its hints and its outside-click watch
-    libxcb1-dev libxcb-xinput-dev
+    libxcb1-dev libxcb-xinput-dev libxcb-shape0-dev
 )
 
 install_missing "${packages[@]}"

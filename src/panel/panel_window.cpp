@@ -2,12 +2,15 @@
 
 #include "app/app_state.h"
 #include "app/auth_store.h"
-#include "app/screen_areas.h"
+#include "desktop/desktop_hosts.h"
+#include "desktop/panel_placement.h"
+#include "desktop/screen_areas.h"
+#include "desktop/sway_ipc.h"
+#include "desktop/x11_panel_support.h"
 #include "model/fatal.h"
 #include "panel/appearance.h"
 #include "panel/panel_images.h"
 #include "panel/view_helpers.h"
-#include "panel/x11_panel_support.h"
 
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -30,15 +33,6 @@ constexpr int cornerRadius = 10;
 // window managers reject.
 constexpr int x11UtilityWindowType = 0x20;
 
-// The screen of the anchor, else the primary one.
-ScreenArea screenFor(QPoint anchor) {
-    const QList<ScreenArea> screens = screenAreas();
-    if (const ScreenArea* screen = screenAreaAt(anchor, screens)) {
-        return *screen;
-    }
-    return screens.isEmpty() ? ScreenArea{} : screens.first();
-}
-
 } // namespace
 
 PanelWindow::PanelWindow(AppState& appState, AuthStore& authStore, QObject* parent)
@@ -48,20 +42,6 @@ PanelWindow::~PanelWindow() {
     // The window's items refer to the engine's context; they go first.
     window_.reset();
     engine_.reset();
-}
-
-QRect PanelWindow::placement(QPoint anchor, QRect screenGeometry, QRect availableGeometry) {
-    const int left = anchor.x() - panelWidth / 2;
-    const bool barKnown = availableGeometry != screenGeometry;
-    const bool barAtTop = anchor.y() < screenGeometry.center().y();
-    int top = 0;
-    if (barAtTop) {
-        top = (barKnown ? availableGeometry.top() : anchor.y()) + barGap;
-    } else {
-        const int bottom = barKnown ? availableGeometry.bottom() + 1 : anchor.y();
-        top = bottom - barGap - panelHeight;
-    }
-    return {left, top, panelWidth, panelHeight};
 }
 
 QRect PanelWindow::panelGeometry() const {
@@ -123,6 +103,12 @@ void PanelWindow::ensureWindow() {
         }
     });
     connect(input_.get(), &x11::InputMonitor::escapePressed, this, &PanelWindow::hide);
+    swayFocus_ = std::make_unique<sway::FocusWatch>();
+    connect(swayFocus_.get(), &sway::FocusWatch::focusMoved, this, [this] {
+        if (isVisible()) {
+            hideOnOutsideClick();
+        }
+    });
     connect(input_.get(), &x11::InputMonitor::focusMoved, this, [this] {
         if (isVisible()) {
             hideOnOutsideClick();
@@ -163,16 +149,22 @@ void PanelWindow::showAt(QPoint anchor) {
     applyMargin(margin);
     // The display's window manager too may change (XWayland's starts with the display).
     applyManagement(x11::windowManagerIgnoresPositions());
-    const ScreenArea screen = screenFor(anchor);
-    const QRect panel = placement(anchor, screen.geometry, screen.available);
+    const QRect panel =
+        panelPlacement(anchor, screenForAnchor(anchor, screenAreas()),
+                       QSize(panelWidth, panelHeight), sessionHost().barDrawnInside);
     window_->setGeometry(panel.adjusted(-margin, -margin, margin, margin));
     x11::preparePanelWindow(*window_, margin);
+    // The shadow is drawn but takes no click: a click there reaches whatever lies under it.
+    x11::setInputRegion(*window_, margin > 0 ? visibleRegion_ : QRegion());
     wasActive_ = false;
     window_->show();
     window_->raise();
     if (unmanaged_) {
         // The window manager would hand the focus straight back to the window that holds it.
         input_->setActive(true, x11::InputMonitor::Scope::buttonsKeysAndFocus);
+        // A click on one of sway's own Wayland windows reaches neither X11 event: sway says it
+        // focused that window.
+        swayFocus_->start();
         return;
     }
     window_->requestActivate();
@@ -205,13 +197,12 @@ void PanelWindow::applyMargin(int margin) {
     }
     margin_ = margin;
     window_->setProperty("shadowMargin", margin);
-    if (margin > 0) {
-        window_->setMask(QRegion());
-        return;
-    }
     QPainterPath rounded;
-    rounded.addRoundedRect(QRectF(0, 0, panelWidth, panelHeight), cornerRadius, cornerRadius);
-    window_->setMask(QRegion(rounded.toFillPolygon().toPolygon()));
+    rounded.addRoundedRect(QRectF(margin, margin, panelWidth, panelHeight), cornerRadius,
+                           cornerRadius);
+    visibleRegion_ = QRegion(rounded.toFillPolygon().toPolygon());
+    // Without a margin the window is cut to the panel; with one, the shadow is drawn around it.
+    window_->setMask(margin > 0 ? QRegion() : visibleRegion_);
 }
 
 void PanelWindow::hide() {
@@ -219,6 +210,7 @@ void PanelWindow::hide() {
         return;
     }
     input_->setActive(false);
+    swayFocus_->stop();
     wasActive_ = false;
     window_->hide();
 }

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPoint>
 #include <QRect>
+#include <QRegion>
 
 #include <memory>
 
@@ -13,6 +14,9 @@ class QQuickWindow;
 namespace quillon {
 namespace x11 {
 class InputMonitor;
+}
+namespace sway {
+class FocusWatch;
 }
 
 class AppState;
@@ -26,8 +30,9 @@ class AuthStore;
 // bypasses the window manager; it then never holds the focus itself, and notices Escape and
 // the compositor focusing something else by watching the display too. The window is the 360 x 500
 // panel itself where no compositor runs; only where one does is a transparent margin for the shadow
-// added around it. The QML engine and the window are built on first use, so a program whose panel
-// is never opened carries neither.
+// added around it, and that margin takes no input: clicks on it reach what lies under it. The QML
+// engine and the window are built on first use, so a program whose panel is never opened carries
+// neither.
 class PanelWindow : public QObject {
     Q_OBJECT
 
@@ -35,8 +40,6 @@ public:
     // The visible panel, without its shadow.
     static constexpr int panelWidth = 360;
     static constexpr int panelHeight = 500;
-    // Space between the panel and the bar (or the click, where no bar is known).
-    static constexpr int barGap = 8;
     // Transparent room around the panel in which its shadow is drawn, where a compositor runs.
     static constexpr int shadowMargin = 24;
     // A toggle this soon after an outside click hid the panel belongs to that same click.
@@ -54,11 +57,6 @@ public:
     // For tests and screenshots; creates the window on first use.
     QQuickWindow* window();
 
-    // Where the visible panel goes for a click at `anchor` on a screen with these geometries:
-    // centred on the click and never clamped; with the bar at the top (click in the upper half)
-    // its top edge 8 px below the bar, with the bar at the bottom its bottom edge 8 px above it.
-    // A screen whose available area is the whole screen has no known bar: the click stands in.
-    static QRect placement(QPoint anchor, QRect screenGeometry, QRect availableGeometry);
     // The visible panel on screen (the window without its shadow margin).
     QRect panelGeometry() const;
     // The transparent margin of the window as last shown: shadowMargin or 0.
@@ -82,6 +80,7 @@ private:
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickWindow> window_;
     std::unique_ptr<x11::InputMonitor> input_;
+    std::unique_ptr<sway::FocusWatch> swayFocus_;
     // The window bypasses the window manager (see x11::windowManagerIgnoresPositions).
     bool unmanaged_ = false;
     bool managementChosen_ = false;
@@ -89,6 +88,8 @@ private:
     QElapsedTimer sinceClickHide_;
     bool wasActive_ = false;
     int margin_ = -1;
+    // The visible panel with its rounded corners, in window coordinates.
+    QRegion visibleRegion_;
 };
 
 } // namespace quillon

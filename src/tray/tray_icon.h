@@ -1,7 +1,8 @@
 #pragma once
 
+#include "desktop/item_anchor.h"
 #include "model/usage_data.h"
-#include "tray/item_anchor.h"
+#include "tray/status_notifier_item.h"
 #include "tray/tray_icon_image.h"
 #include "tray/tray_menu.h"
 
@@ -42,7 +43,9 @@ public:
 
     explicit TrayIcon(TrayActions actions,
                       const QDBusConnection& bus = QDBusConnection::sessionBus(),
-                      ItemAnchor anchor = ItemAnchor(), QObject* parent = nullptr);
+                      ItemAnchor anchor = ItemAnchor(ItemAnchor::systemEnvironment(
+                          QString::fromLatin1(StatusNotifierItem::title))),
+                      QObject* parent = nullptr);
     ~TrayIcon() override;
     TrayIcon(const TrayIcon&) = delete;
     TrayIcon& operator=(const TrayIcon&) = delete;

@@ -86,40 +86,6 @@ protected:
     QRect screen() const { return QGuiApplication::primaryScreen()->geometry(); }
 };
 
-TEST(PanelPlacementTest, UnderTheBarAtTheTopCentredOnTheClick) {
-    const QRect screen(0, 0, 1920, 1080);
-    const QRect available(0, 32, 1920, 1048);
-    EXPECT_EQ(PanelWindow::placement(QPoint(1500, 16), screen, available),
-              QRect(1500 - 180, 32 + 8, 360, 500));
-}
-
-TEST(PanelPlacementTest, AboveTheBarAtTheBottom) {
-    const QRect screen(0, 0, 1920, 1080);
-    const QRect available(0, 0, 1920, 1040);
-    const QRect panel = PanelWindow::placement(QPoint(1800, 1060), screen, available);
-    EXPECT_EQ(panel.bottom() + 1, 1040 - 8);
-    EXPECT_EQ(panel.left(), 1800 - 180);
-}
-
-TEST(PanelPlacementTest, WithoutAKnownBarTheClickStandsIn) {
-    const QRect screen(0, 0, 1920, 1080);
-    EXPECT_EQ(PanelWindow::placement(QPoint(700, 20), screen, screen).top(), 28);
-    EXPECT_EQ(PanelWindow::placement(QPoint(700, 1070), screen, screen).bottom() + 1, 1062);
-}
-
-TEST(PanelPlacementTest, NearTheLeftEdgeTheOverhangIsNotCorrected) {
-    const QRect screen(0, 0, 1920, 1080);
-    const QRect available(0, 30, 1920, 1050);
-    EXPECT_EQ(PanelWindow::placement(QPoint(100, 15), screen, available).left(), -80);
-}
-
-TEST(PanelPlacementTest, OnASecondScreenTheBarOfThatScreenCounts) {
-    const QRect screen(1920, 0, 1280, 1024);
-    const QRect available(1920, 24, 1280, 1000);
-    EXPECT_EQ(PanelWindow::placement(QPoint(3000, 10), screen, available),
-              QRect(3000 - 180, 32, 360, 500));
-}
-
 TEST_F(PanelWindowTest, NoWindowUntilThePanelIsFirstShown) {
     start();
     for (QWindow* window : QGuiApplication::allWindows()) {
@@ -185,6 +151,27 @@ TEST_F(PanelWindowTest, WithACompositorTheShadowMarginIsTheWindowsOwnAndNotPlace
     EXPECT_TRUE(
         xprop(*window).contains(QStringLiteral("_GTK_FRAME_EXTENTS(CARDINAL) = 24, 24, 24, 24")));
     EXPECT_EQ(window->property("shadowMargin").toInt(), 24);
+}
+
+TEST_F(PanelWindowTest, WithACompositorAClickOnTheShadowReachesTheWindowUnderIt) {
+    start();
+    const FakeCompositor compositor;
+    PressCounter under;
+    under.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
+    // Lies under the shadow below the panel, which is placed at (780, 18) and 500 px high.
+    under.setGeometry(700, 520, 520, 40);
+    under.show();
+    ASSERT_TRUE(test::waitUntil([&] { return under.isExposed(); }));
+    panel->toggleAt(QPoint(960, 10));
+    ASSERT_TRUE(waitShown(true));
+    test::spin(200);
+    const QRect inside = panel->panelGeometry();
+    const QPoint onShadow(inside.center().x(), inside.bottom() + 12);
+    ASSERT_TRUE(panel->window()->geometry().contains(onShadow));
+    xdotoolClick(onShadow);
+    // The click closes the panel as any click outside does, and reaches the window under it.
+    ASSERT_TRUE(waitShown(false));
+    ASSERT_TRUE(test::waitUntil([&] { return under.presses == 1; }));
 }
 
 TEST_F(PanelWindowTest, ToggleNearTheTopLeftLeavesTheLeftEdgeOffScreen) {

@@ -1,6 +1,7 @@
-#include "app/screen_areas.h"
+#include "desktop/screen_areas.h"
 
-#include "app/x11_display.h"
+#include "desktop/sway_ipc.h"
+#include "desktop/x11_display.h"
 
 #include <QGuiApplication>
 #include <QScreen>
@@ -34,17 +35,33 @@ QRect areaLeftByBars(QRect screen, const QList<QRect>& bars) {
     return free;
 }
 
+QRect areaLeftBySway(QRect screen, const QList<QRect>& workAreas) {
+    for (const QRect& area : workAreas) {
+        if (screen.contains(area) && area != screen) {
+            return area;
+        }
+    }
+    return screen;
+}
+
 QList<ScreenArea> screenAreas() {
     QList<QScreen*> screens = QGuiApplication::screens();
     if (QScreen* primary = QGuiApplication::primaryScreen()) {
         screens.removeOne(primary);
         screens.prepend(primary);
     }
-    // Asked of the X server once, and only where the work area shows no bar.
+    // Asked of sway and of the X server once, and only where the work area shows no bar.
+    std::optional<QList<QRect>> swayAreas;
     std::optional<QList<QRect>> bars;
     QList<ScreenArea> areas;
     for (const QScreen* screen : screens) {
         ScreenArea area{.geometry = screen->geometry(), .available = screen->availableGeometry()};
+        if (area.available == area.geometry) {
+            if (!swayAreas) {
+                swayAreas = sway::workAreas();
+            }
+            area.available = areaLeftBySway(area.geometry, *swayAreas);
+        }
         if (area.available == area.geometry) {
             if (!bars) {
                 bars = x11::barWindows();

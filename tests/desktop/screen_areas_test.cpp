@@ -1,5 +1,5 @@
-#include "app/screen_areas.h"
-#include "app/x11_display.h"
+#include "desktop/screen_areas.h"
+#include "desktop/x11_display.h"
 #include "support/x11_windows.h"
 
 #include <QGuiApplication>

@@ -1,4 +1,4 @@
-#include "tray/accessible_item_finder.h"
+#include "desktop/accessible_item_finder.h"
 
 #include <QCoreApplication>
 #include <QDBusArgument>

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "app/screen_areas.h"
+#include "desktop/desktop_hosts.h"
+#include "desktop/screen_areas.h"
 
 #include <QList>
 #include <QPoint>
@@ -21,9 +22,10 @@ namespace quillon {
 // (Environment::locate), and a command from the menu waits for its answer. The rule:
 //
 //  1. A reported point counts when it lies on a screen but not on its outermost row or column
-//     (no item is centred there; (0, y) is a placeholder), and either within a bar of that
-//     screen (the screen minus its free area, give or take a few pixels) or near the pointer
-//     where the pointer can be trusted.
+//     (no item is centred there; (0, y) is a placeholder), and, unless the host's row in the
+//     table of hosts (desktopHosts) says it passes the click's screen point, either within a bar
+//     of that screen (the screen minus its free area, give or take a few pixels) or near the
+//     pointer where the pointer can be trusted.
 //  2. Otherwise the pointer, where it can be trusted: always on an X11 session, under XWayland
 //     only when it lies within a bar.
 //  3. Otherwise the last item position found by 1 or 2 (also remembered when the menu opens),
@@ -35,7 +37,7 @@ namespace quillon {
 // area, or, where that shows no bar on the screen (MATE's panel under marco), the X11 dock
 // windows and windows that reserve a screen edge, each lying along an edge of the screen.
 //
-// The panel is then placed against the bar of the anchor's screen (PanelWindow::placement).
+// The panel is then placed against the bar of the anchor's screen (panelPlacement).
 class ItemAnchor {
 public:
     struct Environment {
@@ -44,6 +46,8 @@ public:
         // false, it is stale over the compositor's own surfaces).
         std::function<QPoint()> pointer;
         bool pointerFollowsClicks = true;
+        // What the host's Activate carries.
+        ActivatePoint activatePoint = ActivatePoint::checked;
         // Looks up where the shell draws the item and calls back once, within a bounded time,
         // with the item's rectangle on screen or with nothing. Unset where there is no such
         // source.
@@ -55,10 +59,11 @@ public:
     static constexpr int barSlack = 4;
     static constexpr int pointerSlack = 24;
 
-    // The screens and pointer of the running application.
-    static Environment systemEnvironment();
+    // The screens, pointer and host of the running application; `itemTitle` is the name under
+    // which a shell may list the item's button in its accessibility tree.
+    static Environment systemEnvironment(const QString& itemTitle);
 
-    explicit ItemAnchor(Environment environment = systemEnvironment());
+    explicit ItemAnchor(Environment environment);
     ~ItemAnchor();
     ItemAnchor(ItemAnchor&&) noexcept;
     ItemAnchor& operator=(ItemAnchor&&) noexcept;

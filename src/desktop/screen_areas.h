@@ -18,10 +18,15 @@ struct ScreenArea {
 // a desktop window as large as the screen, a bar of another screen) takes nothing.
 QRect areaLeftByBars(QRect screen, const QList<QRect>& bars);
 
+// Of sway's work areas (sway::workAreas), the one that lies on `screen`; the whole screen where
+// none does or the one that does is the whole screen.
+QRect areaLeftBySway(QRect screen, const QList<QRect>& workAreas);
+
 // Every screen, the primary first. The free part is what the window manager reports (its work
 // area); on a screen where that shows no bar at all, as some window managers leave it for bars
-// that reserve no space or whose reservation they ignore, it is what the X11 bar windows leave
-// (x11::barWindows).
+// that reserve no space or whose reservation they ignore, it is what sway leaves its workspace
+// there (its bars are Wayland surfaces that X11 clients cannot see), else what the X11 bar
+// windows leave (x11::barWindows).
 QList<ScreenArea> screenAreas();
 
 // The screen of `screens` that holds `point`, or null.

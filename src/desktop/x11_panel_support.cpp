@@ -1,10 +1,11 @@
-#include "panel/x11_panel_support.h"
+#include "desktop/x11_panel_support.h"
 
-#include "app/x11_display.h"
+#include "desktop/x11_display.h"
 
 #include <QCursor>
 #include <QGuiApplication>
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
@@ -46,6 +47,31 @@ void preparePanelWindow(QWindow& window, int shadowMargin) {
                             sides.data());
     } else {
         xcb_delete_property(c, id, extents);
+    }
+    xcb_flush(c);
+}
+
+void setInputRegion(QWindow& window, const QRegion& region) {
+    xcb_connection_t* c = connection();
+    if (c == nullptr) {
+        return;
+    }
+    const xcb_query_extension_reply_t* shape = xcb_get_extension_data(c, &xcb_shape_id);
+    if (shape == nullptr || shape->present == 0) {
+        return;
+    }
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    if (region.isEmpty()) {
+        xcb_shape_mask(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, id, 0, 0, XCB_PIXMAP_NONE);
+    } else {
+        std::vector<xcb_rectangle_t> rectangles;
+        for (const QRect& part : region) {
+            rectangles.push_back({static_cast<int16_t>(part.x()), static_cast<int16_t>(part.y()),
+                                  static_cast<uint16_t>(part.width()),
+                                  static_cast<uint16_t>(part.height())});
+        }
+        xcb_shape_rectangles(c, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                             id, 0, 0, static_cast<uint32_t>(rectangles.size()), rectangles.data());
     }
     xcb_flush(c);
 }

@@ -1,4 +1,4 @@
-#include "app/x11_display.h"
+#include "desktop/x11_display.h"
 
 #include <QGuiApplication>
 #include <QtGui/qguiapplication_platform.h>

@@ -1,5 +1,5 @@
+#include "desktop/accessible_item_finder.h"
 #include "support/qt_wait.h"
-#include "tray/accessible_item_finder.h"
 
 #include <QElapsedTimer>
 

@@ -3,6 +3,7 @@
 #include <QAbstractNativeEventFilter>
 #include <QObject>
 #include <QPoint>
+#include <QRegion>
 #include <QWindow>
 
 #include <cstdint>
@@ -18,6 +19,12 @@ bool compositorRunning();
 // own shadow (_GTK_FRAME_EXTENTS), so that window managers leave it out of placement. Does
 // nothing off X11.
 void preparePanelWindow(QWindow& window, int shadowMargin);
+
+// Lets the window take pointer input only within `region` (window coordinates), so that a click
+// on its transparent shadow margin reaches whatever lies under it; an empty region gives the
+// whole window back its input. Uses the X server's shape extension (its input shape, which
+// leaves the drawn shape alone); does nothing off X11 or where the server lacks the extension.
+void setInputRegion(QWindow& window, const QRegion& region);
 
 // Whether the window manager is the one that wlroots' Wayland compositors (sway and its kin)
 // run for their XWayland. It centres every managed floating window on the screen whatever

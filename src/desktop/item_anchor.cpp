@@ -1,7 +1,6 @@
-#include "tray/item_anchor.h"
+#include "desktop/item_anchor.h"
 
-#include "tray/accessible_item_finder.h"
-#include "tray/status_notifier_item.h"
+#include "desktop/accessible_item_finder.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -112,16 +111,17 @@ struct ItemAnchor::State : std::enable_shared_from_this<State> {
     std::vector<std::function<void(QPoint)>> waiting;
 };
 
-ItemAnchor::Environment ItemAnchor::systemEnvironment() {
+ItemAnchor::Environment ItemAnchor::systemEnvironment(const QString& itemTitle) {
+    const DesktopHost& host = sessionHost();
     Environment environment;
+    environment.activatePoint = host.activatePoint;
     environment.screens = [] { return screenAreas(); };
     environment.pointer = [] { return QCursor::pos(); };
     environment.pointerFollowsClicks = QGuiApplication::platformName() == QLatin1String("xcb") &&
                                        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
-    if (!environment.pointerFollowsClicks) {
+    if (!environment.pointerFollowsClicks && host.findItemInShell) {
         // The shell's accessibility tree names the item's button after the item's title.
-        auto finder =
-            std::make_shared<AccessibleItemFinder>(QString::fromLatin1(StatusNotifierItem::title));
+        auto finder = std::make_shared<AccessibleItemFinder>(itemTitle);
         environment.locate = [finder](const Environment::LocateCallback& done) {
             finder->find(done);
         };
@@ -147,7 +147,9 @@ QPoint ItemAnchor::forClick(QPoint reported) {
     if (const ScreenArea* screen = screenAreaAt(reported, screens)) {
         const bool nearPointer = pointer && std::abs(reported.x() - pointer->x()) <= pointerSlack &&
                                  std::abs(reported.y() - pointer->y()) <= pointerSlack;
-        if (!onOuterEdge(reported, *screen) && (inBar(reported, screens) || nearPointer)) {
+        const bool screenPoint = state.environment.activatePoint == ActivatePoint::screen;
+        if (!onOuterEdge(reported, *screen) &&
+            (screenPoint || inBar(reported, screens) || nearPointer)) {
             state.last = reported;
             return reported;
         }

@@ -1,4 +1,4 @@
-#include "tray/item_anchor.h"
+#include "desktop/item_anchor.h"
 
 #include <gtest/gtest.h>
 

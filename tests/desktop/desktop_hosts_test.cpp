@@ -1,0 +1,73 @@
+#include "desktop/desktop_hosts.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+
+namespace quillon {
+namespace {
+
+HostFacts facts(const QString& desktop, bool wayland, int version = 0) {
+    return {.desktops = desktop.split(QLatin1Char(':'), Qt::SkipEmptyParts),
+            .wayland = wayland,
+            .version = version};
+}
+
+TEST(DesktopHostsTest, Plasma6OnWaylandPassesScreenPointsAndFloatsItsBar) {
+    const DesktopHost& host = desktopHost(facts(QStringLiteral("KDE"), true, 6));
+    EXPECT_EQ(host.activatePoint, ActivatePoint::screen);
+    EXPECT_EQ(host.barDrawnInside, 8);
+    EXPECT_FALSE(host.findItemInShell);
+}
+
+TEST(DesktopHostsTest, Plasma5OnX11PassesScreenPointsWithABarOnTheEdge) {
+    const DesktopHost& host = desktopHost(facts(QStringLiteral("KDE"), false, 5));
+    EXPECT_EQ(host.activatePoint, ActivatePoint::screen);
+    EXPECT_EQ(host.barDrawnInside, 0);
+}
+
+TEST(DesktopHostsTest, SwayFromOneTenPassesScreenPointsAndEarlierOnesDoNot) {
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true, 110)).activatePoint,
+              ActivatePoint::screen);
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true, 107)).activatePoint,
+              ActivatePoint::checked);
+    // A sway whose version could not be asked is taken for the older kind.
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("sway"), true)).activatePoint,
+              ActivatePoint::checked);
+}
+
+TEST(DesktopHostsTest, GnomeLooksForTheItemInTheShell) {
+    const DesktopHost& host = desktopHost(facts(QStringLiteral("ubuntu:GNOME"), true));
+    EXPECT_TRUE(host.findItemInShell);
+    EXPECT_EQ(host.activatePoint, ActivatePoint::checked);
+}
+
+TEST(DesktopHostsTest, MatesPlaceholderPointIsChecked) {
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("MATE"), false)).activatePoint,
+              ActivatePoint::checked);
+}
+
+TEST(DesktopHostsTest, NamesAreMatchedWhateverTheirCase) {
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("xfce"), false)).name, "XFCE");
+    EXPECT_EQ(desktopHost(facts(QStringLiteral("X-CINNAMON"), false)).name, "Cinnamon");
+}
+
+TEST(DesktopHostsTest, AnUnknownOrEmptyDesktopGetsTheLastRow) {
+    const DesktopHost& last = desktopHosts().back();
+    EXPECT_EQ(&desktopHost(facts(QStringLiteral("Hyprland"), true)), &last);
+    EXPECT_EQ(&desktopHost(facts(QString(), false)), &last);
+    EXPECT_TRUE(last.desktop.empty());
+    EXPECT_EQ(last.activatePoint, ActivatePoint::checked);
+}
+
+TEST(DesktopHostsTest, EveryRowHasANameOfItsOwn) {
+    std::set<std::string> names;
+    for (const DesktopHost& host : desktopHosts()) {
+        EXPECT_FALSE(host.name.empty());
+        EXPECT_TRUE(names.insert(std::string(host.name)).second) << host.name;
+    }
+}
+
+} // namespace
+} // namespace quillon

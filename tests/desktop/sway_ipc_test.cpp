@@ -1,0 +1,249 @@
+#include "desktop/sway_ipc.h"
+
+#include "support/temp_dir.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/qt_wait.h"
+
+#include <QSignalSpy>
+
+namespace quillon {
+namespace {
+
+// A sway IPC socket in a folder of its own that answers one request with `reply`, framed as
+// sway frames it (with `replyType`, else the request's own type), or, with `silent`, reads the
+// request and says nothing until the client gives up.
+class FakeSway {
+public:
+    struct Answer {
+        std::string reply{};
+        std::int64_t replyType = -1;
+        std::int64_t claimedLength = -1;
+        bool silent = false;
+        // Sent after the reply, as events of this type (sway's window events by default).
+        std::vector<std::string> events{};
+        std::uint32_t eventType = 0x80000003U;
+        // Bytes sent after those, as they stand.
+        std::string trailing{};
+        // Keeps the connection open until the client closes it.
+        bool linger = false;
+    };
+
+    explicit FakeSway(Answer answer) : answer_(std::move(answer)) {
+        path_ = (folder_.path() / "sway-ipc.sock").string();
+        listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        std::memcpy(address.sun_path, path_.c_str(), path_.size());
+        EXPECT_EQ(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
+                  0);
+        EXPECT_EQ(::listen(listener_, 1), 0);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~FakeSway() {
+        thread_.join();
+        ::close(listener_);
+    }
+    FakeSway(const FakeSway&) = delete;
+    FakeSway& operator=(const FakeSway&) = delete;
+
+    QString path() const { return QString::fromStdString(path_); }
+    std::uint32_t requestedType() const { return requestedType_; }
+
+private:
+    void serve() {
+        const int client = ::accept(listener_, nullptr, nullptr);
+        if (client < 0) {
+            return;
+        }
+        std::array<char, 14> header{};
+        std::size_t got = 0;
+        while (got < header.size()) {
+            const ssize_t n = ::recv(client, header.data() + got, header.size() - got, 0);
+            if (n <= 0) {
+                break;
+            }
+            got += static_cast<std::size_t>(n);
+        }
+        std::memcpy(&requestedType_, header.data() + 10, 4);
+        if (answer_.silent) {
+            // Waits for the client to give up and close its end.
+            char byte = 0;
+            while (::recv(client, &byte, 1, 0) > 0) {
+            }
+        } else {
+            const auto type = static_cast<std::uint32_t>(answer_.replyType >= 0 ? answer_.replyType
+                                                                                : requestedType_);
+            const auto length = static_cast<std::uint32_t>(
+                answer_.claimedLength >= 0 ? answer_.claimedLength : answer_.reply.size());
+            std::string frame = "i3-ipc";
+            frame.append(reinterpret_cast<const char*>(&length), 4);
+            frame.append(reinterpret_cast<const char*>(&type), 4);
+            frame += answer_.reply;
+            for (const std::string& event : answer_.events) {
+                const auto eventLength = static_cast<std::uint32_t>(event.size());
+                frame += "i3-ipc";
+                frame.append(reinterpret_cast<const char*>(&eventLength), 4);
+                frame.append(reinterpret_cast<const char*>(&answer_.eventType), 4);
+                frame += event;
+            }
+            frame += answer_.trailing;
+            (void)::send(client, frame.data(), frame.size(), MSG_NOSIGNAL);
+            if (answer_.linger) {
+                char byte = 0;
+                while (::recv(client, &byte, 1, 0) > 0) {
+                }
+            }
+        }
+        ::close(client);
+    }
+
+    test::TempDir folder_;
+    std::string path_;
+    Answer answer_;
+    int listener_ = -1;
+    std::uint32_t requestedType_ = 0;
+    std::thread thread_;
+};
+
+constexpr auto workspaces = R"([
+  {"num": 1, "visible": true, "rect": {"x": 0, "y": 30, "width": 1280, "height": 770}},
+  {"num": 2, "visible": false, "rect": {"x": 0, "y": 0, "width": 1280, "height": 800}},
+  {"num": 3, "visible": true, "rect": {"x": 1280, "y": 0, "width": 1920, "height": 1046}}
+])";
+
+TEST(SwayIpcTest, TheVersionIsMajorTimesHundredPlusMinor) {
+    FakeSway sway({.reply = R"({"major": 1, "minor": 10, "patch": 0, "human_readable": "1.10"})"});
+    EXPECT_EQ(sway::version(sway.path()), 110);
+    EXPECT_EQ(sway.requestedType(), 7U);
+}
+
+TEST(SwayIpcTest, TheWorkAreasAreThoseOfTheVisibleWorkspaces) {
+    FakeSway sway({.reply = workspaces});
+    EXPECT_EQ(sway::workAreas(sway.path()),
+              (QList<QRect>{QRect(0, 30, 1280, 770), QRect(1280, 0, 1920, 1046)}));
+    EXPECT_EQ(sway.requestedType(), 1U);
+}
+
+TEST(SwayIpcTest, NoSocketNoAnswer) {
+    const test::TempDir folder;
+    EXPECT_FALSE(sway::version(QString()));
+    EXPECT_FALSE(sway::version(QString::fromStdString((folder.path() / "absent").string())));
+    EXPECT_TRUE(sway::workAreas(QString()).isEmpty());
+    // A path too long for a socket address.
+    EXPECT_FALSE(sway::version(QString(200, QLatin1Char('x'))));
+}
+
+TEST(SwayIpcTest, MalformedRepliesGiveNothing) {
+    {
+        FakeSway sway({.reply = "{\"major\": 1, \"minor\""});
+        EXPECT_FALSE(sway::version(sway.path()));
+    }
+    {
+        FakeSway sway({.reply = R"({"major": "1", "minor": 10})"});
+        EXPECT_FALSE(sway::version(sway.path()));
+    }
+    {
+        FakeSway sway({.reply = R"({"major": 1, "minor": 10})", .replyType = 3});
+        EXPECT_FALSE(sway::version(sway.path()));
+    }
+    {
+        FakeSway sway({.reply = R"([{"visible": "yes", "rect": {"x": 0, "y": 0, "width": 9,
+                                   "height": 9}}, {"visible": true, "rect": [1, 2, 3, 4]},
+                                   {"visible": true, "rect": {"x": 0, "y": 0, "width": -5,
+                                   "height": 9}}, {"visible": true, "rect": {"x": 1e99, "y": 0,
+                                   "width": 5, "height": 9}}, 7])"});
+        EXPECT_TRUE(sway::workAreas(sway.path()).isEmpty());
+    }
+}
+
+TEST(SwayIpcTest, AReplyThatClaimsMoreThanItSendsGivesNothing) {
+    FakeSway sway({.reply = R"({"major": 1, "minor": 10})", .claimedLength = 1000});
+    EXPECT_FALSE(sway::version(sway.path()));
+}
+
+TEST(SwayIpcTest, AnOversizedReplyIsNotRead) {
+    FakeSway sway({.reply = "{}", .claimedLength = 0x7fffffff});
+    EXPECT_FALSE(sway::version(sway.path()));
+}
+
+TEST(SwayIpcTest, ASocketThatNeverAnswersGivesNothing) {
+    FakeSway sway({.silent = true});
+    EXPECT_FALSE(sway::version(sway.path()));
+}
+
+TEST(SwayFocusWatchTest, AFocusEventTellsAndOtherWindowEventsDoNot) {
+    FakeSway sway({.reply = R"({"success": true})",
+                   .events = {R"({"change": "new"})", R"({"change": "focus", "container": {}})",
+                              R"({"change": "title"})"},
+                   .linger = true});
+    sway::FocusWatch watch;
+    QSignalSpy moved(&watch, &sway::FocusWatch::focusMoved);
+    ASSERT_TRUE(watch.start(sway.path()));
+    EXPECT_EQ(sway.requestedType(), 2U);
+    ASSERT_TRUE(test::waitUntil([&] { return moved.count() >= 1; }));
+    test::spin(100);
+    EXPECT_EQ(moved.count(), 1);
+    watch.stop();
+    EXPECT_FALSE(watch.isListening());
+}
+
+TEST(SwayFocusWatchTest, ARefusedSubscriptionOrNoSwayIsNoWatch) {
+    {
+        FakeSway sway({.reply = R"({"success": false})"});
+        sway::FocusWatch watch;
+        EXPECT_FALSE(watch.start(sway.path()));
+        EXPECT_FALSE(watch.isListening());
+    }
+    {
+        FakeSway sway({.reply = R"({"success": "yes"})"});
+        sway::FocusWatch watch;
+        EXPECT_FALSE(watch.start(sway.path()));
+    }
+    sway::FocusWatch watch;
+    EXPECT_FALSE(watch.start(QString()));
+}
+
+TEST(SwayFocusWatchTest, WhenSwayGoesAwayTheWatchStops) {
+    FakeSway sway({.reply = R"({"success": true})"});
+    sway::FocusWatch watch;
+    ASSERT_TRUE(watch.start(sway.path()));
+    EXPECT_TRUE(test::waitUntil([&] { return !watch.isListening(); }));
+}
+
+TEST(SwayFocusWatchTest, AStreamThatIsNotSwaysStopsTheWatchWithoutASignal) {
+    FakeSway sway({.reply = R"({"success": true})",
+                   .trailing = "not an event at all, and long enough for a header",
+                   .linger = true});
+    sway::FocusWatch watch;
+    QSignalSpy moved(&watch, &sway::FocusWatch::focusMoved);
+    ASSERT_TRUE(watch.start(sway.path()));
+    EXPECT_TRUE(test::waitUntil([&] { return !watch.isListening(); }));
+    EXPECT_EQ(moved.count(), 0);
+}
+
+TEST(SwayFocusWatchTest, MalformedEventsAreSkipped) {
+    FakeSway sway({.reply = R"({"success": true})",
+                   .events = {"{broken", "[1, 2]", R"({"change": 7})", R"({"change": "focus"})"},
+                   .linger = true});
+    sway::FocusWatch watch;
+    QSignalSpy moved(&watch, &sway::FocusWatch::focusMoved);
+    ASSERT_TRUE(watch.start(sway.path()));
+    ASSERT_TRUE(test::waitUntil([&] { return moved.count() >= 1; }));
+    EXPECT_TRUE(watch.isListening());
+}
+
+} // namespace
+} // namespace quillon
