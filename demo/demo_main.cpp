@@ -3,7 +3,8 @@
 // panel without any account. It opens the panel at once, under its item where the bar shows it.
 //
 //   quillon_demo                    run until quit (from the panel's footer or the tray menu)
-//   quillon_demo --screenshots DIR  write DIR/panel.png and DIR/settings.png, then quit
+//   quillon_demo --screenshots DIR  write DIR/panel.png (the panel as it opens, and scrolled to
+//                                   its end) and DIR/settings.png, then quit
 //   quillon_demo --cycles N         run N refresh cycles back to back and print, as JSON, the
 //                                   resident memory after the first ten and after all of them
 #include "app/app_icon.h"
@@ -19,6 +20,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPainter>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTemporaryDir>
@@ -126,21 +128,39 @@ int writeScreenshots(PanelWindow& panel, const QString& folder) {
     const QRect area = panel.panelGeometry()
                            .translated(-window->position())
                            .adjusted(-shadow, -shadow, shadow, shadow);
-    const auto save = [&](const QString& name) {
+    const auto grab = [&] { return window->grabWindow().copy(area); };
+    const auto save = [&](const QString& name, const QImage& picture) {
         const QString file = QDir(folder).filePath(name);
-        const bool saved = window->grabWindow().copy(area).save(file);
+        const bool saved = picture.save(file);
         std::cout << (saved ? "wrote " : "could not write ") << file.toStdString() << '\n';
         return saved;
     };
-    bool ok = save(QStringLiteral("panel.png"));
     QQuickItem* dashboard = findItem(window->contentItem(), QStringLiteral("dashboardView"));
-    if (dashboard == nullptr) {
+    QQuickItem* scroller = findItem(window->contentItem(), QStringLiteral("contentScroller"));
+    if (dashboard == nullptr || scroller == nullptr) {
         std::cerr << "the dashboard view was not found\n";
         return 1;
     }
+    // The sample Claude card fills the panel's scrolling area, so the Codex card lies below it.
+    // The picture shows the panel as it opens beside the same panel scrolled to its end: two
+    // plain grabs, so that both cards are in view as a user sees them.
+    const QImage opened = grab();
+    const qreal end = scroller->property("contentHeight").toReal() - scroller->height();
+    scroller->setProperty("contentY", std::max<qreal>(0, end));
+    settle(200);
+    const QImage scrolled = grab();
+    scroller->setProperty("contentY", 0);
+    const int gap = 24;
+    QImage both(opened.width() * 2 + gap, opened.height(), QImage::Format_ARGB32_Premultiplied);
+    both.fill(Qt::transparent);
+    QPainter painter(&both);
+    painter.drawImage(0, 0, opened);
+    painter.drawImage(opened.width() + gap, 0, scrolled);
+    painter.end();
+    bool ok = save(QStringLiteral("panel.png"), both);
     dashboard->setProperty("showSettings", true);
     settle(800);
-    return save(QStringLiteral("settings.png")) && ok ? 0 : 1;
+    return save(QStringLiteral("settings.png"), grab()) && ok ? 0 : 1;
 }
 
 } // namespace

@@ -18,10 +18,8 @@ QString ViewHelpers::formatTokens(qint64 tokens) const {
 }
 
 QString ViewHelpers::formatHour(int hour) const {
-    // The pickers offer 0 to 23 only; anything else would be a slip in a view, shown as nothing.
-    if (hour < 0 || hour > 23) {
-        return {};
-    }
+    // The pickers offer 0 to 23 only; anything else is a slip in a view and stops the program,
+    // as it does everywhere else.
     return QString::fromStdString(quillon::formatHour(hour));
 }
 

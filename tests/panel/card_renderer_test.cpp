@@ -39,14 +39,15 @@ QQuickItem* child(const UsageCard& card, const char* name) {
 }
 
 // The colour of the card's picture on the ring of `gauge`, `degrees` clockwise from the top,
-// in the middle of the stroke.
-QColor ringColourAt(const UsageCard& card, const QImage& picture, const char* gauge,
-                    double degrees) {
+// `radius` from the ring's centre: by default the middle of the stroke, which runs along the
+// edge of the ring's 100 x 100 frame.
+QColor ringColourAt(const UsageCard& card, const QImage& picture, const char* gauge, double degrees,
+                    double radius = 50) {
     QQuickItem* ring = child(card, gauge)->findChild<QQuickItem*>(QStringLiteral("ring"));
     const QPointF centre = ring->mapToScene(QPointF(50, 50));
     const double radians = (degrees - 90) * std::numbers::pi / 180;
-    const QPoint at(static_cast<int>(std::lround(centre.x() + 46 * std::cos(radians))),
-                    static_cast<int>(std::lround(centre.y() + 46 * std::sin(radians))));
+    const QPoint at(static_cast<int>(std::lround(centre.x() + radius * std::cos(radians))),
+                    static_cast<int>(std::lround(centre.y() + radius * std::sin(radians))));
     return picture.pixelColor(at);
 }
 
@@ -130,6 +131,26 @@ TEST(CardRendererTest, NegativeGaugeIsRedWithAnEmptyRing) {
     const QImage picture = card.image();
     EXPECT_EQ(arcColour(card, "claudeGauge"), red);
     EXPECT_FALSE(near(ringColourAt(card, picture, "claudeGauge", 90), red));
+}
+
+TEST(CardRendererTest, RingStrokeIsEightWideAlongTheEdgeOfItsFrame) {
+    const UsageCard card(snapshot(0, std::nullopt), updated);
+    const QImage picture = card.image();
+    // Beside the ring, clear of it and of the texts: the card's own background.
+    const QColor background = ringColourAt(card, picture, "claudeGauge", 90, 64);
+    for (const double degrees : {45.0, 90.0, 135.0, 225.0, 270.0, 315.0}) {
+        // The track covers 46 to 54 from the centre, half of it outside the frame.
+        for (const double radius : {47.0, 50.0, 53.0}) {
+            EXPECT_FALSE(
+                near(ringColourAt(card, picture, "claudeGauge", degrees, radius), background, 6))
+                << degrees << " " << radius;
+        }
+        for (const double radius : {43.0, 57.0}) {
+            EXPECT_TRUE(
+                near(ringColourAt(card, picture, "claudeGauge", degrees, radius), background, 6))
+                << degrees << " " << radius;
+        }
+    }
 }
 
 TEST(CardRendererTest, CardIsSizedToItsContent) {

@@ -3,6 +3,9 @@
 #include "panel_fixture.h"
 #include "providers/window_labels.h"
 
+#include <QQmlContext>
+#include <QQmlEngine>
+#include <QQmlExpression>
 #include <QSignalSpy>
 
 #include <condition_variable>
@@ -180,43 +183,6 @@ TEST_F(DashboardViewTest, NoMessagesButTokensShowsTheDay) {
     EXPECT_EQ(find("tokensStat", today)->property("value").toString(), "1.2K");
 }
 
-TEST_F(DashboardViewTest, BarColourAndWidthFollowThePercent) {
-    claude = test::fullClaude();
-    open();
-    QQuickItem* bar = cardPart("claude", "progressBar");
-    ASSERT_NE(bar, nullptr);
-    QQuickItem* fill = find("progressFill", bar);
-    const Appearance colours;
-    const struct {
-        int percent;
-        QColor colour;
-        double fraction;
-    } cases[] = {{89, colours.orange(), 0.89}, {90, colours.red(), 0.90},
-                 {74, colours.yellow(), 0.74}, {75, colours.orange(), 0.75},
-                 {49, colours.green(), 0.49},  {130, colours.red(), 1.0},
-                 {-5, colours.green(), 0.0}};
-    for (const auto& c : cases) {
-        bar->setProperty("percent", c.percent);
-        test::spin(400); // the bar eases to its new length in 0.3 s
-        EXPECT_EQ(bar->property("fillColor").value<QColor>(), c.colour) << c.percent;
-        EXPECT_EQ(fill->property("color").value<QColor>(), c.colour) << c.percent;
-        EXPECT_NEAR(fill->width(), bar->width() * c.fraction, 0.5) << c.percent;
-    }
-}
-
-TEST_F(DashboardViewTest, BarEasesToItsNewLength) {
-    claude = test::fullClaude();
-    open();
-    QQuickItem* bar = cardPart("claude", "progressBar");
-    QQuickItem* fill = find("progressFill", bar);
-    bar->setProperty("percent", 100);
-    test::spin(120);
-    EXPECT_GT(fill->width(), bar->width() * 0.42);
-    EXPECT_LT(fill->width(), bar->width());
-    test::spin(300);
-    EXPECT_NEAR(fill->width(), bar->width(), 0.5);
-}
-
 // A fetch that waits until the test lets it go, so the panel can be seen mid-refresh.
 class HeldFetch {
 public:
@@ -264,6 +230,67 @@ TEST_F(DashboardViewTest, NeverUpdatedShowsNeverAndTheSymbolSpinsWhileRefreshing
     EXPECT_EQ(text(item("lastUpdatedText")), "0 sec ago");
 }
 
+TEST_F(DashboardViewTest, LastUpdatedTextChangesWhenTheStatePublishesNotOnAClock) {
+    codex = test::plainCodex();
+    open();
+    // The views read the time from a clock the test moves by hand.
+    auto now = std::make_shared<Instant>(*state->lastUpdated());
+    QQmlEngine* engine = qmlEngine(panel->window());
+    engine->rootContext()->setContextProperty("views",
+                                              new ViewHelpers([now] { return *now; }, engine));
+    QQuickItem* lastUpdated = item("lastUpdatedText");
+    EXPECT_EQ(text(lastUpdated), "0 sec ago");
+
+    *now += std::chrono::minutes(5);
+    // Longer than any tick of a clock would take: the text stays as the state last left it.
+    test::spin(1500);
+    EXPECT_EQ(text(lastUpdated), "0 sec ago");
+    for (const QObject* child : item("footerView")->findChildren<QObject*>()) {
+        EXPECT_STRNE(child->metaObject()->className(), "QQmlTimer");
+    }
+
+    // Any published change reads it afresh: here a setting.
+    state->setRefreshInterval(120);
+    EXPECT_EQ(text(lastUpdated), "5 min ago");
+    *now += std::chrono::minutes(5);
+    state->setRefreshInterval(180);
+    EXPECT_EQ(text(lastUpdated), "10 min ago");
+}
+
+TEST_F(DashboardViewTest, IconButtonIsThePrimaryColourDeeperWhilePressedOnly) {
+    open();
+    QQuickItem* button = item("refreshButton");
+    auto* plate = button->property("background").value<QQuickItem*>();
+    ASSERT_NE(plate, nullptr);
+    const QColor primary = Appearance().primary();
+    const auto plateColour = [&] { return plate->property("color").value<QColor>(); };
+    EXPECT_EQ(plateColour(), atOpacity(primary, 0.08));
+    EXPECT_EQ(plate->property("radius").toReal(), 6);
+
+    const QPoint centre =
+        button->mapToScene(QPointF(button->width() / 2, button->height() / 2)).toPoint();
+    QTest::mouseMove(panel->window(), centre);
+    test::spin(50);
+    EXPECT_EQ(plateColour(), atOpacity(primary, 0.08)); // no level of its own for hovering
+    QTest::mousePress(panel->window(), Qt::LeftButton, {}, centre);
+    EXPECT_TRUE(button->property("pressed").toBool());
+    EXPECT_EQ(plateColour(), atOpacity(primary, 0.15)); // at once, without a fade
+    QTest::mouseRelease(panel->window(), Qt::LeftButton, {}, centre);
+    EXPECT_EQ(plateColour(), atOpacity(primary, 0.08));
+}
+
+TEST_F(DashboardViewTest, EmptyStateIsItsContentWithFortyAroundItCentred) {
+    open();
+    QQuickItem* view = item("emptyStateView");
+    QQuickItem* content = item("emptyStateContent");
+    QQuickItem* column = item("usageCards");
+    EXPECT_EQ(view->width(), content->width() + 80);
+    EXPECT_EQ(view->height(), content->height() + 80);
+    EXPECT_EQ(content->position(), QPointF(40, 40));
+    EXPECT_LT(view->width(), column->width());
+    EXPECT_NEAR(view->x() + view->width() / 2, column->width() / 2, 0.5);
+}
+
 TEST_F(DashboardViewTest, RefreshButtonStartsARefresh) {
     codex = test::plainCodex();
     open();
@@ -300,6 +327,20 @@ TEST(ViewHelpersTest, LastUpdatedTextCountsFromTheClock) {
     const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch());
     EXPECT_EQ(helpers.lastUpdatedText(QDateTime::fromMSecsSinceEpoch(ms.count() - 125000)),
               "2 min ago");
+}
+
+// An hour the pickers cannot offer is a slip in a view: it stops the program as the core does,
+// rather than showing an empty text.
+TEST(ViewHelpersDeathTest, HourOutsideTheDayFromAViewStopsTheProgram) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto fromView = [](const char* expression) {
+        QQmlEngine engine;
+        ViewHelpers helpers;
+        engine.rootContext()->setContextProperty("views", &helpers);
+        QQmlExpression(engine.rootContext(), nullptr, QString::fromLatin1(expression)).evaluate();
+    };
+    EXPECT_DEATH(fromView("views.formatHour(24)"), "hour of the day");
+    EXPECT_DEATH(fromView("views.formatHour(-1)"), "hour of the day");
 }
 
 TEST(ViewHelpersTest, SymbolSourceCarriesTheColour) {

@@ -74,13 +74,23 @@ Item {
                 width: parent.width - 32
                 spacing: 12
 
-                UsageCardView {
-                    visible: !!appState.claudeUsage
-                    usage: appState.claudeUsage
+                // A card exists only while its provider has figures, so that it is built with
+                // them and its bars start where they stand.
+                Loader {
+                    Layout.fillWidth: true
+                    active: !!appState.claudeUsage
+                    visible: active
+                    sourceComponent: UsageCardView {
+                        usage: appState.claudeUsage
+                    }
                 }
-                UsageCardView {
-                    visible: !!appState.codexUsage
-                    usage: appState.codexUsage
+                Loader {
+                    Layout.fillWidth: true
+                    active: !!appState.codexUsage
+                    visible: active
+                    sourceComponent: UsageCardView {
+                        usage: appState.codexUsage
+                    }
                 }
                 EmptyStateView {
                     visible: !appState.claudeUsage && !appState.codexUsage

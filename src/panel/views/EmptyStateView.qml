@@ -5,7 +5,9 @@ import QtQuick.Layouts
 Rectangle {
     objectName: "emptyStateView"
 
-    Layout.fillWidth: true
+    // As wide as its content and 40 on every side of it, centred in the column of cards.
+    Layout.alignment: Qt.AlignHCenter
+    implicitWidth: column.implicitWidth + 80
     implicitHeight: column.implicitHeight + 80
     radius: 12
     color: appearance.controlBackground
@@ -14,6 +16,7 @@ Rectangle {
 
     ColumnLayout {
         id: column
+        objectName: "emptyStateContent"
         anchors.centerIn: parent
         spacing: 12
 

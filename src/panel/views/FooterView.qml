@@ -6,17 +6,7 @@ Item {
     id: footer
     objectName: "footerView"
 
-    // Moves every second so that "12 sec ago" keeps counting while the panel is open.
-    property int tick: 0
-
     implicitHeight: row.implicitHeight + 20
-
-    Timer {
-        interval: 1000
-        repeat: true
-        running: footer.visible && footer.Window.window !== null && footer.Window.window.visible
-        onTriggered: footer.tick++
-    }
 
     RowLayout {
         id: row
@@ -38,8 +28,14 @@ Item {
             Text {
                 objectName: "lastUpdatedText"
                 anchors.verticalCenter: parent.verticalCenter
+                // Read afresh whenever the state publishes any of its values (a refresh starting
+                // or ending, new figures, a changed setting), never on a clock of its own.
                 text: {
-                    footer.tick;
+                    appState.isRefreshing;
+                    appState.claudeUsage;
+                    appState.codexUsage;
+                    appState.settings;
+                    appState.smartNotificationSettings;
                     return views.lastUpdatedText(appState.lastUpdated);
                 }
                 font.pixelSize: 11

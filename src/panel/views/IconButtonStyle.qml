@@ -5,17 +5,13 @@ import QtQuick.Controls.Basic
 AbstractButton {
     id: control
     padding: 6
-    hoverEnabled: true
     focusPolicy: Qt.NoFocus
 
     background: Rectangle {
+        objectName: "iconButtonPlate"
+        // Circular corners, as on the cards.
         radius: 6
-        readonly property color ink: appearance.dark ? "white" : "black"
-        color: Qt.rgba(ink.r, ink.g, ink.b, control.pressed ? 0.15 : (control.hovered ? 0.11 : 0.08))
-        Behavior on color {
-            ColorAnimation {
-                duration: 120
-            }
-        }
+        color: Qt.rgba(appearance.primary.r, appearance.primary.g, appearance.primary.b,
+                       control.pressed ? 0.15 : 0.08)
     }
 }

@@ -27,6 +27,7 @@ Window {
         visible: frame.shadowMargin > 0
     }
 
+    // The panel's background, behind the dashboard, which is laid out on all of it.
     Rectangle {
         id: panel
         objectName: "panel"
@@ -36,12 +37,22 @@ Window {
         height: frame.height - 2 * frame.shadowMargin
         radius: frame.cornerRadius
         color: appearance.background
-        border.width: 1
-        border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.14)
+        border.width: 0
 
         DashboardView {
             anchors.fill: parent
-            anchors.margins: 1
+        }
+
+        // The outline is drawn over the dashboard's edge rather than around it, so that it
+        // takes no room from the dashboard.
+        Rectangle {
+            objectName: "panelOutline"
+            anchors.fill: parent
+            z: 1
+            radius: frame.cornerRadius
+            color: "transparent"
+            border.width: 1
+            border.color: appearance.dark ? Qt.rgba(1, 1, 1, 0.14) : Qt.rgba(0, 0, 0, 0.14)
         }
     }
 }

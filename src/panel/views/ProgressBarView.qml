@@ -13,6 +13,32 @@ Item {
                                      : percent >= 50 ? appearance.yellow
                                      : appearance.green
 
+    // The fill as drawn. A change of the percent eases it to the new length and colour; the
+    // value a bar is created with is drawn at once, and a new width (the card laid out again)
+    // scales the fill without easing, so nothing replays when a card is built or resized.
+    property real shownFraction: fraction
+    property color shownColor: fillColor
+    readonly property bool easing: lengthEase.running || colourEase.running
+    // Ease in and out, the standard curve of that name.
+    readonly property var easeInOut: [0.42, 0, 0.58, 1, 1, 1]
+
+    Behavior on shownFraction {
+        NumberAnimation {
+            id: lengthEase
+            duration: 300
+            easing.type: Easing.BezierSpline
+            easing.bezierCurve: bar.easeInOut
+        }
+    }
+    Behavior on shownColor {
+        ColorAnimation {
+            id: colourEase
+            duration: 300
+            easing.type: Easing.BezierSpline
+            easing.bezierCurve: bar.easeInOut
+        }
+    }
+
     Layout.fillWidth: true
     implicitHeight: 5
 
@@ -25,14 +51,8 @@ Item {
     Rectangle {
         objectName: "progressFill"
         height: parent.height
-        width: parent.width * bar.fraction
+        width: parent.width * bar.shownFraction
         radius: 2.5
-        color: bar.fillColor
-        Behavior on width {
-            NumberAnimation {
-                duration: 300
-                easing.type: Easing.InOutQuad
-            }
-        }
+        color: bar.shownColor
     }
 }

@@ -16,6 +16,8 @@ Rectangle {
 
     Layout.fillWidth: true
     implicitHeight: column.implicitHeight + 24
+    // Circular corners: a continuous curve would take Qt Quick Shapes, which keeps some 1.3 MB
+    // more resident for as long as the panel lives.
     radius: 10
     color: appearance.controlBackground
     // A hairline in the text colour, faint enough to only set the card off its background.

@@ -44,7 +44,7 @@ Column {
                 strokeWidth: 8
                 fillColor: "transparent"
                 PathAngleArc {
-                    centerX: 50; centerY: 50; radiusX: 46; radiusY: 46
+                    centerX: 50; centerY: 50; radiusX: 50; radiusY: 50
                     startAngle: 0; sweepAngle: 360
                 }
             }
@@ -60,7 +60,7 @@ Column {
                 fillColor: "transparent"
                 capStyle: ShapePath.RoundCap
                 PathAngleArc {
-                    centerX: 50; centerY: 50; radiusX: 46; radiusY: 46
+                    centerX: 50; centerY: 50; radiusX: 50; radiusY: 50
                     startAngle: -90; sweepAngle: gauge.sweep
                 }
             }
