@@ -20,11 +20,24 @@ root=$("$system" ensure "$release" build)
 # the previous copy; the copy's build folders stay.
 name=$(basename "$repo")
 copy="$root/srv/$name"
-mkdir -p "$copy"
-find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+stage="$root/srv/.$name.incoming"
+rm -rf "$stage"
+mkdir -p "$copy" "$stage"
 (cd "$repo" && git ls-files -z --cached --others --exclude-standard |
     xargs -0 -r sh -c 'for f; do [ -e "$f" ] && printf "%s\0" "$f"; done' sh |
-    tar --null -T - -cf -) | tar -xf - -C "$copy"
+    tar --null -T - -cf -) | tar -xf - -C "$stage"
+# Only files whose content changed replace their copies, and they take the time of copying: the
+# build in the system sees every change, even one made while its previous build was running
+# (a restored older time would then look older than the objects built from the old content).
+(cd "$stage" && find . ! -type d -print0) | while IFS= read -r -d '' file; do
+    cmp -s "$stage/$file" "$copy/$file" ||
+        { mkdir -p "$(dirname "$copy/$file")" && rm -f "$copy/$file" &&
+            cp -P --preserve=mode "$stage/$file" "$copy/$file"; }
+done
+(cd "$copy" && find . -path ./build -prune -o ! -type d -print0) | while IFS= read -r -d '' file; do
+    [ -e "$stage/$file" ] || [ -L "$stage/$file" ] || rm -f "$copy/$file"
+done
+rm -rf "$stage"
 
 run=(--env "QUILLON_WERROR=${QUILLON_WERROR:-}")
 if [ "${CMAKE_CXX_COMPILER_LAUNCHER:-}" = ccache ]; then
