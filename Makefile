@@ -19,7 +19,7 @@ TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test tray_icon_a
 DESKTOPS ?=
 
 .PHONY: all deps configure build run demo test test-desktops gnome-extension test-asan test-tsan fuzz tidy package clean format \
-    debian13
+    debian13 check-package check-package-debian13
 
 all: build
 
@@ -87,11 +87,21 @@ tidy: configure
 
 # The Debian package, in build/package/.
 package: build
+	@rm -f build/package/*.deb
 	@cpack --config $(BUILD_DIR)/CPackConfig.cmake -B build/package
 	@ls build/package/*.deb
 
+# The package installed, run and removed in a fresh bare system of this machine's release (root
+# only), and the same for a package built on Debian 13.
+check-package: package
+	@scripts/check-package.sh "$$(. /etc/os-release && echo "$$VERSION_CODENAME")" build/package/*.deb
+check-package-debian13:
+	@scripts/in-debian.sh trixie package
+	@scripts/check-package.sh trixie build/trixie/package/*.deb
+
 # Make goals run on Debian 13, in a system made with debootstrap and kept between runs (root
-# only): make debian13 GOALS="test", or GOALS="test-desktops DESKTOPS=gnome".
+# only): make debian13 GOALS="test", or GOALS="test-desktops DESKTOPS=gnome". What they leave in
+# build/desktops and build/package comes back to build/trixie/.
 GOALS ?= test
 debian13:
 	@scripts/in-debian.sh trixie $(GOALS)

@@ -78,7 +78,14 @@ std::vector<SampleRequest> SampleService::requests() const {
 }
 
 void SampleService::setFigures(const SampleFigures& figures) {
-    std::atomic_store(&figures_, std::make_shared<const SampleFigures>(figures));
+    auto replacement = std::make_shared<const SampleFigures>(figures);
+    const std::lock_guard lock(figuresMutex_);
+    figures_ = std::move(replacement);
+}
+
+std::shared_ptr<const SampleFigures> SampleService::currentFigures() const {
+    const std::lock_guard lock(figuresMutex_);
+    return figures_;
 }
 
 void SampleService::route() {
@@ -109,7 +116,7 @@ void SampleService::route() {
         return true;
     };
     const auto claudeUsage = [this] {
-        const auto figures = std::atomic_load(&figures_);
+        const auto figures = currentFigures();
         return json{{"five_hour", claudeWindow(figures->claudeFiveHour, 2h + 5min + 30s)},
                     {"seven_day", claudeWindow(figures->claudeWeekly, 3 * 24h + 5h)},
                     {"seven_day_sonnet", claudeWindow(figures->claudeSonnet, 3 * 24h + 5h)}};
@@ -121,7 +128,7 @@ void SampleService::route() {
             return;
         }
         json body = claudeUsage();
-        body["plan_type"] = std::atomic_load(&figures_)->claudePlan;
+        body["plan_type"] = currentFigures()->claudePlan;
         response.set_content(body.dump(), "application/json");
     });
     server_->Get("/api/organizations", [this, claudeOutage, claudeUsage](
@@ -129,8 +136,8 @@ void SampleService::route() {
         if (claudeOutage(response)) {
             return;
         }
-        const json organizations = json::array(
-            {{{"uuid", "5f0c6e2a-demo"}, {"plan", std::atomic_load(&figures_)->claudePlan}}});
+        const json organizations =
+            json::array({{{"uuid", "5f0c6e2a-demo"}, {"plan", currentFigures()->claudePlan}}});
         response.set_content(organizations.dump(), "application/json");
     });
     server_->Get(R"(/api/organizations/[^/]+/usage)",
@@ -148,7 +155,7 @@ void SampleService::route() {
     server_->Get(
         "/backend-api/wham/usage", [this](const httplib::Request&, httplib::Response& response) {
             ++codexRequests_;
-            const auto figures = std::atomic_load(&figures_);
+            const auto figures = currentFigures();
             const json body{{"plan_type", figures->codexPlan},
                             {"rate_limit",
                              {{"primary_window", codexWindow(figures->codexFiveHour, 3h + 12min)},

@@ -71,11 +71,14 @@ public:
 
 private:
     void route();
+    // The figures as they are now; the server thread reads them while the caller may replace them.
+    std::shared_ptr<const SampleFigures> currentFigures() const;
 
     std::unique_ptr<httplib::Server> server_;
     std::thread thread_;
     int port_ = 0;
     bool https_ = false;
+    mutable std::mutex figuresMutex_;
     std::shared_ptr<const SampleFigures> figures_;
     std::atomic<bool> claudeDown_{false};
     std::atomic<bool> recording_{true};

@@ -62,6 +62,8 @@ make_system() {
         "$release" "$work" "$mirror" >"$work.log" 2>&1 ||
         { cat "$work.log" >&2; rm -rf "$work" "$work.log"; die "debootstrap could not make $release"; }
     rm -f "$work.log"
+    # mktemp made the folder for root alone; as the system's root folder it must let its users in.
+    chmod 755 "$work"
     # No service starts inside: the system is a folder, not a booted machine.
     printf '#!/bin/sh\nexit 101\n' >"$work/usr/sbin/policy-rc.d"
     chmod 755 "$work/usr/sbin/policy-rc.d"
@@ -73,6 +75,8 @@ case "$action" in
 path) echo "$root" ;;
 ensure)
     [ -x "$root/bin/sh" ] || make_system
+    # Systems made before their root folder was opened to their users.
+    chmod 755 "$root"
     echo "$root"
     ;;
 fresh)

@@ -3,7 +3,8 @@
 # and kept by debian-system.sh), as a user of that release would run them: `make test` on
 # Debian 13, say. The copy lives in the system at /srv/<this folder's name> (one copy per working
 # tree, so trees side by side never overwrite each other) and keeps its build folders between
-# runs; what the goals leave in its build/desktops comes back to build/<release>/desktops here.
+# runs; what the goals leave in its build/desktops and build/package comes back to
+# build/<release>/ here.
 # With CMAKE_CXX_COMPILER_LAUNCHER=ccache set, the system's builds share a compiler cache of their
 # own, kept beside the system.
 #
@@ -19,11 +20,24 @@ root=$("$system" ensure "$release" build)
 # the previous copy; the copy's build folders stay.
 name=$(basename "$repo")
 copy="$root/srv/$name"
-mkdir -p "$copy"
-find "$copy" -mindepth 1 -maxdepth 1 ! -name build -exec rm -rf {} +
+stage="$root/srv/.$name.incoming"
+rm -rf "$stage"
+mkdir -p "$copy" "$stage"
 (cd "$repo" && git ls-files -z --cached --others --exclude-standard |
     xargs -0 -r sh -c 'for f; do [ -e "$f" ] && printf "%s\0" "$f"; done' sh |
-    tar --null -T - -cf -) | tar -xf - -C "$copy"
+    tar --null -T - -cf -) | tar -xf - -C "$stage"
+# Only files whose content changed replace their copies, and they take the time of copying: the
+# build in the system sees every change, even one made while its previous build was running
+# (a restored older time would then look older than the objects built from the old content).
+(cd "$stage" && find . ! -type d -print0) | while IFS= read -r -d '' file; do
+    cmp -s "$stage/$file" "$copy/$file" ||
+        { mkdir -p "$(dirname "$copy/$file")" && rm -f "$copy/$file" &&
+            cp -P --preserve=mode "$stage/$file" "$copy/$file"; }
+done
+(cd "$copy" && find . -path ./build -prune -o ! -type d -print0) | while IFS= read -r -d '' file; do
+    [ -e "$stage/$file" ] || [ -L "$stage/$file" ] || rm -f "$copy/$file"
+done
+rm -rf "$stage"
 
 run=(--env "QUILLON_WERROR=${QUILLON_WERROR:-}")
 if [ "${CMAKE_CXX_COMPILER_LAUNCHER:-}" = ccache ]; then
@@ -45,9 +59,11 @@ fi
 
 status=0
 "$system" run "$release" build "${run[@]}" -- make -C "/srv/$name" "$@" || status=$?
-if [ -d "$copy/build/desktops" ]; then
-    mkdir -p "$repo/build/$release"
-    rm -rf "$repo/build/$release/desktops"
-    cp -a "$copy/build/desktops" "$repo/build/$release/desktops"
-fi
+for results in desktops package; do
+    if [ -d "$copy/build/$results" ]; then
+        mkdir -p "$repo/build/$release"
+        rm -rf "${repo:?}/build/$release/$results"
+        cp -a "$copy/build/$results" "$repo/build/$release/$results"
+    fi
+done
 exit "$status"

@@ -18,6 +18,8 @@ packages=(
     xvfb xauth dbus dbus-bin xdotool x11-utils
     # the MCP server's tests drive it with the official TypeScript SDK's client
     nodejs
+    # the Debian package: CPack reads the binary with file and its libraries with dpkg-shlibdeps
+    file dpkg-dev
     # the panel speaks to the X server for its hints and its outside-click watch
     libxcb1-dev libxcb-xinput-dev libxcb-shape0-dev
     # the GNOME Shell extension's unit tests
