@@ -37,7 +37,7 @@ int main(int argc, char** argv) {
     services.fetchCodex = figures(Provider::codex, given ? std::atoll(argv[2]) : 17, 31);
     test::MemoryCredentialStore credentials;
     AppState state(credentials, services);
-    const QuillonBus bus(state, [] {});
+    const QuillonBus bus(state, BusActions{});
     if (!bus.isPublished()) {
         std::fputs("the name is taken\n", stderr);
         return 1;
