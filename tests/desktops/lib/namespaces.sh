@@ -15,7 +15,21 @@ enter_namespaces() {
         mountpoint -q / || userns+=(--propagation unchanged)
         exec unshare "${userns[@]}" --mount --net -- env DESKTOP_NAMESPACES=1 bash "$0" "$@"
     fi
+    # A checkout under /tmp (a CI clone, say) would vanish under the new /tmp: keep it in view at
+    # the same path, through a bind of the old /tmp taken before it is covered.
+    local old_tmp checkout=
+    case "$REPO" in /tmp/?*) checkout=${REPO#/tmp/}; checkout=${checkout%%/*} ;; esac
+    if [ -n "$checkout" ]; then
+        old_tmp=$(mktemp -d /dev/shm/quillon-host-tmp.XXXXXX)
+        mount --bind /tmp "$old_tmp"
+    fi
     mount -t tmpfs -o mode=1777 tmpfs /tmp
     mkdir -m 1777 /tmp/.X11-unix
+    if [ -n "$checkout" ]; then
+        mkdir "/tmp/$checkout"
+        mount --bind "$old_tmp/$checkout" "/tmp/$checkout"
+        umount -l "$old_tmp"
+        rmdir "$old_tmp"
+    fi
     ip link set lo up
 }
