@@ -21,11 +21,13 @@ public:
         setFigures(42, 17);
     }
 
-    // The five-hour figures both services report from now on; each window resets
-    // `resetsIn` from now.
+    // The five-hour figures both services report from now on; each window resets `resetsIn`
+    // after the servers started. Counting from a fixed moment keeps the reset times of new
+    // figures the same as the old ones, whenever the figures change: only what a test changes
+    // changes.
     void setFigures(double claude, double codex,
                     std::chrono::seconds resetsIn = std::chrono::hours(2)) {
-        const auto resetsAt = std::chrono::system_clock::now() + resetsIn;
+        const auto resetsAt = started + resetsIn;
         const std::string iso = Formatters::formatIso8601(resetsAt);
         const auto unix = std::chrono::floor<std::chrono::seconds>(resetsAt).time_since_epoch();
         claudeApi.on("/api/oauth/usage", 200,
@@ -57,6 +59,7 @@ public:
         return env;
     }
 
+    const std::chrono::system_clock::time_point started = std::chrono::system_clock::now();
     TempDir home;
     LocalServer claudeApi;
     LocalServer chatgpt;
