@@ -14,7 +14,8 @@ variant=${2:-auto}
 uuid=quillon@quillon.org
 
 if [ "$variant" = auto ]; then
-    major=$(gnome-shell --version 2>/dev/null | sed -n 's/^GNOME Shell \([0-9]*\).*/\1/p')
+    # No gnome-shell here (a build machine without a desktop): the modern variant.
+    major=$( (gnome-shell --version 2>/dev/null || true) | sed -n 's/^GNOME Shell \([0-9]*\).*/\1/p')
     variant=modern
     [ -n "$major" ] && [ "$major" -lt 45 ] && variant=legacy
 fi
