@@ -32,6 +32,14 @@ gnome_appindicator_only=("${gnome[@]}")
 # sway with waybar's tray, XWayland for the X11 clients, grim for screenshots, wtype for keys,
 # setpriv and useradd to run it as a user of its own (sway refuses root).
 sway=(sway swaybg waybar xwayland grim wtype iproute2 util-linux passwd)
+# KDE Plasma 6 on Wayland: KWin and plasmashell nested in a headless sway (grim for the
+# screenshots, its seat for the pointer), dbus-monitor to see the item's activations. Plasma 6
+# came with Debian 13; on an older release the host says it needs that, and nothing is installed.
+plasma_wayland=()
+if [ "$(. /etc/os-release && echo "${VERSION_ID%%.*}")" -ge 13 ] 2>/dev/null; then
+    plasma_wayland=(kwin-wayland plasma-workspace plasma-desktop xwayland sway grim dbus-bin
+        iproute2 util-linux passwd)
+fi
 # ---- end of Wayland hosts ----
 
 hosts=("$@")

@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# KDE Plasma 6 on Wayland (Debian 13 and later): KWin with plasmashell and its default floating
+# bottom panel, nested in a headless sway (lib/kwin_wayland.sh). Quillon runs through KWin's
+# XWayland. The system tray shows the item's icon (no label); a left click activates the item
+# with the click's screen point, a right click opens its menu.
+set -uo pipefail
+HOST=plasma-wayland
+source "$DESKTOP_LIB/report.sh"
+plasma_version=$(dpkg-query -W -f='${Version}' plasma-workspace 2>/dev/null)
+plasma_version=${plasma_version#*:}
+if ! command -v kwin_wayland >/dev/null || [ "${plasma_version%%.*}" != 6 ]; then
+    # Not a failure of Quillon's: this host runs where Plasma 6 does.
+    echo "SKIP $HOST: needs Plasma 6 (kwin_wayland, plasmashell 6), which came with Debian 13;" \
+        "run it there: make debian13 GOALS=\"test-desktops DESKTOPS=plasma-wayland\""
+    exit 0
+fi
+source "$DESKTOP_LIB/kwin_wayland.sh"
+kwin_enter "$@"
+source "$DESKTOP_LIB/wayland_checks.sh"
+source "$DESKTOP_LIB/plasma_wayland_checks.sh"
+
+# The item: what is new in the right half of the panel (the tray's) since before the demo ran.
+find_item() {
+    local tray_x=$((BAR_X + BAR_W / 2)) tray_w=$((BAR_W / 2))
+    ITEM=""
+    local deadline=$(($(date +%s) + 20))
+    while [ "$(date +%s)" -lt "$deadline" ]; do
+        shot "$DESKTOP_OUT/.bar-now.png"
+        ITEM=$("${IMAGE[@]}" new-item "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
+            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) && break
+        ITEM=""
+        sleep 0.5
+    done
+    # Measured again once the tray has finished laying out.
+    if [ -n "$ITEM" ] && wait_still 10 "$DESKTOP_OUT/.bar-now.png"; then
+        ITEM=$("${IMAGE[@]}" new-item "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
+            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) || ITEM=""
+    fi
+    mv "$DESKTOP_OUT/.bar-now.png" "$DESKTOP_OUT/item-search.png"
+}
+
+open_panel() {
+    click_item
+    wait_until 5 panel_shown || { echo "no panel after a click on the item at $ITEM_CX,$ITEM_CY"; return 1; }
+    sleep 0.4 # the panel's first frame; the placement is measured on the settled picture
+}
+
+check_menu() { check_menu_by_sight; }
+
+started=$(date +%s)
+kwin_start || { report_status; exit; }
+# Between the task manager's buttons and the tray: nothing drawn there.
+BAR_EMPTY_X=$((BAR_X + BAR_W * 5 / 8)) BAR_EMPTY_Y=$((BAR_Y + BAR_H / 2))
+watch_activations
+wayland_checks
+plasma_wayland_checks
+echo "plasma-wayland host done in $(($(date +%s) - started)) s" >&2
+report_status
