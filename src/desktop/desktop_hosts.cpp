@@ -19,7 +19,7 @@ constexpr std::array hosts{
                 .minimumVersion = 6,
                 .session = Session::wayland,
                 .activatePoint = ActivatePoint::screen,
-                .barDrawnInside = 8},
+                .barDrawnInside = -8},
     DesktopHost{.name = "KDE Plasma", .desktop = "KDE", .activatePoint = ActivatePoint::screen},
     DesktopHost{.name = "sway 1.10 with waybar 0.12",
                 .desktop = "sway",

@@ -40,9 +40,10 @@ struct DesktopHost {
     // Where the pointer cannot be trusted, ask the shell's accessibility tree where it draws the
     // item, for commands from the menu, which carry no point.
     bool findItemInShell = false;
-    // How far the bar is drawn into the area it leaves free: a floating Plasma 6 panel reserves
-    // its thickness from the screen's edge but is drawn 8 px off that edge, so its visible edge
-    // lies 8 px inside the work area.
+    // How far the bar is drawn into the area it leaves free; negative where its visible edge
+    // stops short of that area. A floating Plasma 6 panel's window holds an 8 px margin on every
+    // side, in which the panel floats, and Plasma's shell leaves free the screen less that whole
+    // window: the panel's visible edge lies 8 px beyond the free area's.
     int barDrawnInside = 0;
 };
 

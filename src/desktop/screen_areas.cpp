@@ -1,5 +1,6 @@
 #include "desktop/screen_areas.h"
 
+#include "desktop/plasma_shell.h"
 #include "desktop/sway_ipc.h"
 #include "desktop/x11_display.h"
 
@@ -61,6 +62,11 @@ QList<ScreenArea> screenAreas() {
                 swayAreas = sway::workAreas();
             }
             area.available = areaLeftBySway(area.geometry, *swayAreas);
+        }
+        if (area.available == area.geometry) {
+            // Plasma's shell answers like sway: with the screen's free area, or nothing.
+            area.available =
+                areaLeftBySway(area.geometry, {plasma::availableScreenRect(screen->name())});
         }
         if (area.available == area.geometry) {
             if (!bars) {

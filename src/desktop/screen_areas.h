@@ -25,8 +25,9 @@ QRect areaLeftBySway(QRect screen, const QList<QRect>& workAreas);
 // Every screen, the primary first. The free part is what the window manager reports (its work
 // area); on a screen where that shows no bar at all, as some window managers leave it for bars
 // that reserve no space or whose reservation they ignore, it is what sway leaves its workspace
-// there (its bars are Wayland surfaces that X11 clients cannot see), else what the X11 bar
-// windows leave (x11::barWindows).
+// there (its bars are Wayland surfaces that X11 clients cannot see), else what Plasma's shell
+// leaves free there (plasma::availableScreenRect: on its Wayland session the same holds of its
+// panels), else what the X11 bar windows leave (x11::barWindows).
 QList<ScreenArea> screenAreas();
 
 // The screen of `screens` that holds `point`, or null.

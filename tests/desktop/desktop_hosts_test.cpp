@@ -20,7 +20,7 @@ TEST(DesktopHostsTest, Plasma6OnWaylandPassesScreenPointsAndFloatsItsBar) {
     const HostFacts plasma6 = facts(QStringLiteral("KDE"), true, 6);
     const DesktopHost& host = desktopHost(plasma6);
     EXPECT_EQ(host.activatePoint, ActivatePoint::screen);
-    EXPECT_EQ(host.barDrawnInside, 8);
+    EXPECT_EQ(host.barDrawnInside, -8);
     EXPECT_FALSE(host.findItemInShell);
 }
 

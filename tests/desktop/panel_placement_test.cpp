@@ -24,16 +24,18 @@ TEST(PanelPlacementTest, AboveTheBarAtTheBottom) {
 }
 
 TEST(PanelPlacementTest, AboveTheDrawnEdgeOfAFloatingBottomBar) {
-    // A 44 px panel drawn 8 px off the screen's bottom edge reserves 44 px only: its drawn top
-    // edge is at 1080 - 8 - 44 = 1028, 8 px inside the free area.
-    const auto screen = area({0, 0, 1920, 1080}, {0, 0, 1920, 1036});
-    const QRect placed = panelPlacement(QPoint(1800, 1050), screen, panel, 8);
-    EXPECT_EQ(placed.bottom() + 1, 1028 - 8);
+    // Measured on Plasma 6.3: a 40 px panel floats 8 px off the screen's bottom edge in a 56 px
+    // window; the shell leaves free the screen less that window (800 - 56 = 744), and the panel's
+    // drawn top edge is at 752, 8 px beyond the free area.
+    const auto screen = area({0, 0, 1280, 800}, {0, 0, 1280, 744});
+    const QRect placed = panelPlacement(QPoint(1105, 772), screen, panel, -8);
+    EXPECT_EQ(placed.bottom() + 1, 752 - 8);
+    EXPECT_EQ(placed.left(), 1105 - 180);
 }
 
 TEST(PanelPlacementTest, UnderTheDrawnEdgeOfAFloatingTopBar) {
-    const auto screen = area({0, 0, 1920, 1080}, {0, 44, 1920, 1036});
-    EXPECT_EQ(panelPlacement(QPoint(900, 30), screen, panel, 8).top(), 44 + 8 + 8);
+    const auto screen = area({0, 0, 1920, 1080}, {0, 56, 1920, 1024});
+    EXPECT_EQ(panelPlacement(QPoint(900, 28), screen, panel, -8).top(), 56 - 8 + 8);
 }
 
 TEST(PanelPlacementTest, WithoutAKnownBarTheClickStandsIn) {
