@@ -21,6 +21,23 @@ visible_panel() {
         $((w + 60)) $((bottom - y + 30))
 }
 
+# What the X server knows of the demo's shown windows (where Quillon asked them to go) and the
+# work area it was told: for the log.
+x11_demo_windows() {
+    local id
+    xprop -root _NET_WORKAREA | tr -d '\n'
+    printf '; X outputs: %s' "$(xrandr | awk '/ connected/ {printf "%s ", $1}')"
+    printf '; Plasma leaves free of %s: %s' "$(xrandr | awk '/ connected/ {print $1; exit}')" \
+        "$(dbus-send --session --print-reply --dest=org.kde.plasmashell /StrutManager \
+            org.kde.PlasmaShell.StrutManager.availableScreenRect \
+            "string:$(xrandr | awk '/ connected/ {print $1; exit}')" | awk '/int32/ {printf "%s ", $2}')"
+    for id in $(xdotool search --onlyvisible --pid "$pid_demo" 2>/dev/null); do
+        printf '; window %s: %s %s' "$id" \
+            "$(xwininfo -id "$id" | awk '/Absolute upper-left|Width:|Height:/ {printf "%s ", $NF}')" \
+            "$(xprop -id "$id" WM_NORMAL_HINTS _GTK_FRAME_EXTENTS | tr -s ' \n\t' ' ')"
+    done
+}
+
 # Opens the panel several times, a click on the item each time, and closes it with Escape in
 # between: the window and the visible panel must be where they were the first time.
 check_same_place() {
@@ -31,7 +48,8 @@ check_same_place() {
         open_panel >/dev/null || { echo "opening $round: no panel"; return 1; }
         wait_still 3 "$DESKTOP_OUT/opening-$round.png" || true
         window=$(panel_frame) seen=$(visible_panel "$DESKTOP_OUT/opening-$round.png") || seen="none"
-        echo "opening $round: window $window, visible $seen; KWin: $(kwin_demo_windows | tr '\n' ';')" >&2
+        echo "opening $round: window $window, visible $seen; KWin: $(kwin_demo_windows | tr '\n' ';');" \
+            "X: $(x11_demo_windows)" >>"$DESKTOP_OUT/openings.txt"
         if [ "$round" -eq 1 ]; then
             first_window=$window first_seen=$seen
         elif [ "$window" != "$first_window" ] || [ "$seen" != "$first_seen" ]; then
@@ -80,7 +98,7 @@ check_shadow_takes_no_click() {
     before=$(probe_presses)
     click_at "$click_x" "$click_y"
     local problem=""
-    wait_until 2 test "$(probe_presses)" -gt "$before" ||
+    wait_until 5 test "$(probe_presses)" -gt "$before" ||
         problem="a click at $click_x,$click_y, in the panel window's margin (window ${w}x$h at $x,$y), never reached the window under it"
     wait_until 3 panel_hidden || problem+="${problem:+; }the click beside the panel left it open"
     move_probe "$px" "$py"
