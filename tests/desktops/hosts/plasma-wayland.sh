@@ -19,25 +19,8 @@ kwin_enter "$@"
 source "$DESKTOP_LIB/wayland_checks.sh"
 source "$DESKTOP_LIB/plasma_wayland_checks.sh"
 
-# The item: what is new in the right half of the panel (the tray's) since before the demo ran.
-find_item() {
-    local tray_x=$((BAR_X + BAR_W / 2)) tray_w=$((BAR_W / 2))
-    ITEM=""
-    local deadline=$(($(date +%s) + 20))
-    while [ "$(date +%s)" -lt "$deadline" ]; do
-        shot "$DESKTOP_OUT/.bar-now.png"
-        ITEM=$("${IMAGE[@]}" new-item "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
-            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) && break
-        ITEM=""
-        sleep 0.5
-    done
-    # Measured again once the tray has finished laying out.
-    if [ -n "$ITEM" ] && wait_still 10 "$DESKTOP_OUT/.bar-now.png"; then
-        ITEM=$("${IMAGE[@]}" new-item "$DESKTOP_OUT/before.png" "$DESKTOP_OUT/.bar-now.png" \
-            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) || ITEM=""
-    fi
-    mv "$DESKTOP_OUT/.bar-now.png" "$DESKTOP_OUT/item-search.png"
-}
+# The item: what is new in the tray; the tray moves the items beside it aside.
+find_item() { find_item_in_tray new-item; }
 
 open_panel() {
     click_item

@@ -8,7 +8,7 @@ floating panel's window is larger than the panel it draws; the rest shows the de
 """
 import sys
 
-from PIL import Image
+from PIL import Image, ImageChops
 
 CONTRAST = 40
 
@@ -20,10 +20,13 @@ def drawn_box(image, x, y, w, h):
     else:
         desktop = image.getpixel((x + w // 2, min(y + h + 1, image.height - 1)))
     crop = image.crop((x, y, x + w, y + h))
-    mask = Image.new("L", crop.size)
-    mask.putdata([255 if max(abs(p[i] - desktop[i]) for i in range(3)) > CONTRAST else 0
-                  for p in crop.getdata()])
-    found = mask.getbbox()
+    # Every channel counts: a grey panel on a blue desktop differs in red and green.
+    found = None
+    for channel in ImageChops.difference(crop, Image.new("RGB", crop.size, desktop)).split():
+        box = channel.point(lambda v: 255 if v > CONTRAST else 0).getbbox()
+        if box is not None:
+            found = box if found is None else (min(found[0], box[0]), min(found[1], box[1]),
+                                               max(found[2], box[2]), max(found[3], box[3]))
     if found is None:
         return None
     return (x + found[0], y + found[1], found[2] - found[0], found[3] - found[1])

@@ -78,6 +78,26 @@ desktop_point() {
     return 1
 }
 
+# find_item_in_tray COMMAND: sets ITEM to what `image.py COMMAND` (diff-box, or new-item where
+# the tray moves the other items aside) finds new in the bar's right half, the tray's, since
+# before.png; measured again once the bar has finished laying out. Empty when nothing appeared.
+find_item_in_tray() {
+    local tray_x=$((BAR_X + BAR_W / 2)) tray_w=$((BAR_W / 2)) now="$DESKTOP_OUT/item-search.png"
+    ITEM=""
+    local deadline=$(($(date +%s) + 20))
+    while [ "$(date +%s)" -lt "$deadline" ]; do
+        shot "$now"
+        ITEM=$("${IMAGE[@]}" "$1" "$DESKTOP_OUT/before.png" "$now" \
+            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) && break
+        ITEM=""
+        sleep 0.5
+    done
+    if [ -n "$ITEM" ] && wait_still 10 "$now"; then
+        ITEM=$("${IMAGE[@]}" "$1" "$DESKTOP_OUT/before.png" "$now" \
+            "$tray_x" "$BAR_Y" "$tray_w" "$BAR_H" --threshold 24) || ITEM=""
+    fi
+}
+
 # Starts the demo, closes the panel it opens at start with a click elsewhere, and finds the item.
 start_demo() {
     wait_still 15 "$DESKTOP_OUT/before.png" || true
