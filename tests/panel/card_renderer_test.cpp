@@ -283,10 +283,8 @@ TEST(CardRendererTest, ScreenshotsLightAndDark) {
         const UsageCard none(std::nullopt, updated);
         const QImage usagePicture = usage.image();
         EXPECT_EQ(usagePicture.pixelColor(2, 2).lightness() < 128, dark);
-        EXPECT_TRUE(
-            usage.savePng(folder + QStringLiteral("/card-usage%1.png").arg(suffix)));
-        EXPECT_TRUE(
-            none.savePng(folder + QStringLiteral("/card-no-data%1.png").arg(suffix)));
+        EXPECT_TRUE(usage.savePng(folder + QStringLiteral("/card-usage%1.png").arg(suffix)));
+        EXPECT_TRUE(none.savePng(folder + QStringLiteral("/card-no-data%1.png").arg(suffix)));
     }
     QGuiApplication::setPalette(saved);
 }
