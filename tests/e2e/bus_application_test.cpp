@@ -64,8 +64,7 @@ TEST_F(WholeApplicationTest, ShowPanelAsksTheShellThatDrawsTheButton) {
     ASSERT_TRUE(client.connect(QString::fromLatin1(busNames::service),
                                QString::fromLatin1(busNames::objectPath),
                                QString::fromLatin1(busNames::interface),
-                               QStringLiteral("PanelWanted"), &wanted,
-                               SLOT(record(QDBusMessage))));
+                               QStringLiteral("PanelWanted"), &wanted, SLOT(record(QDBusMessage))));
     title(client); // the match rule is in place after a round trip
 
     EXPECT_EQ(callQuillon(client, QStringLiteral("ShowPanel")).type(), QDBusMessage::ReplyMessage);
