@@ -33,21 +33,21 @@ press_escape() { WAYLAND_DISPLAY=$KWIN_SOCKET /usr/bin/python3 "$DESKTOP_LIB/kwi
 # kwin_eval SCRIPT: runs the JavaScript in KWin (its scripting interface) and prints what the
 # script passed to say(), one call a line. KWin runs a loaded script in its own time and prints
 # into its log, so this waits for the script's last line there.
-kwin_script_count=0
 kwin_eval() {
-    kwin_script_count=$((kwin_script_count + 1))
-    local name="quillon-$(date +%s%N)" file id
+    local name file id
+    name="quillon-$(date +%s%N)"
     file="$XDG_RUNTIME_DIR/$name.js"
     printf 'function say(text) { print("%s:" + text); }\n%s\nsay("end");\n' "$name" "$1" >"$file"
     id=$(dbus-send --session --print-reply --dest=org.kde.KWin /Scripting \
         org.kde.kwin.Scripting.loadScript "string:$file" "string:$name" 2>/dev/null |
         awk '/int32/ {print $2}')
     [ -n "$id" ] && [ "$id" -ge 0 ] || { rm -f "$file"; return 1; }
-    dbus-send --session --print-reply --dest=org.kde.KWin "/Scripting/Script$id" org.kde.kwin.Script.run >/dev/null
+    dbus-send --session --print-reply --dest=org.kde.KWin "/Scripting/Script$id" \
+        org.kde.kwin.Script.run >/dev/null
     local status=0
     wait_until 5 grep -q "$name:end" "$DESKTOP_OUT/kwin.log" || status=1
-    dbus-send --session --print-reply --dest=org.kde.KWin /Scripting org.kde.kwin.Scripting.unloadScript >/dev/null \
-        "string:$name"
+    dbus-send --session --print-reply --dest=org.kde.KWin /Scripting \
+        org.kde.kwin.Scripting.unloadScript "string:$name" >/dev/null
     rm -f "$file"
     grep -a "$name:" "$DESKTOP_OUT/kwin.log" | sed "s/.*$name://" | grep -vx end
     return "$status"
