@@ -4,6 +4,7 @@
 #include "app/provider_fetches.h"
 #include "bus/quillon_bus.h"
 #include "cli/status_client.h"
+#include "providers/formatters.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "usage_servers.h"
@@ -230,6 +231,57 @@ TEST_F(QuillonBusTest, PropertiesCarryTheFiguresAsTypedValues) {
     auto expectedCodex = *state->codexUsage();
     expectedCodex.fiveHour.resetsAt = instantFromBus(instantToBus(expectedCodex.fiveHour.resetsAt));
     EXPECT_EQ(usageFromBus(Provider::codex, all.value("Codex").toMap()), expectedCodex);
+}
+
+TEST_F(QuillonBusTest, WindowsTheServicesAddAreCarriedByTheirKeys) {
+    servers.addWindows();
+    start();
+    const QVariantMap all = properties();
+    const QVariantMap claude = all.value("Claude").toMap();
+    const QVariantMap opus = claude.value("Extra").toMap().value("seven_day_opus_max").toMap();
+    EXPECT_EQ(opus.value("Percent").metaType(), QMetaType::fromType<qlonglong>());
+    EXPECT_EQ(opus.value("Percent").toLongLong(), 12);
+    const Instant opusResets = servers.started + std::chrono::hours(50);
+    EXPECT_EQ(opus.value("ResetsAt").toLongLong(), instantToBus(opusResets));
+    EXPECT_EQ(opus.value("ResetLabel").toString().toStdString(),
+              Formatters::displayDate(*instantFromBus(instantToBus(opusResets))));
+    // The state's windows come back from the bus, reset instants to the second.
+    ExtraWindows expectedExtra = state->claudeExtraWindows();
+    for (auto& extra : expectedExtra) {
+        extra.window.resetsAt = instantFromBus(instantToBus(extra.window.resetsAt));
+    }
+    EXPECT_EQ(extraWindowsFromBus(claude), expectedExtra);
+    const QVariantMap codexExtra = all.value("Codex").toMap().value("Extra").toMap();
+    EXPECT_EQ(codexExtra.keys(), QStringList{"rate_limit.tertiary_window"});
+    EXPECT_EQ(codexExtra.value("rate_limit.tertiary_window"),
+              (QVariantMap{{"Percent", qlonglong{4}}, {"ResetLabel", QString()}}));
+
+    // The named figures, the title and the records are what they are without the added windows.
+    EXPECT_EQ(all.value("Title").toString(), " C:42% X:17%");
+    EXPECT_EQ(state->claudeUsage()->sonnet, std::nullopt);
+    EXPECT_EQ(state->claudeUsage()->weekly, (UsageWindow{7, std::nullopt, ""}));
+    auto expectedClaude = *state->claudeUsage();
+    expectedClaude.fiveHour.resetsAt =
+        instantFromBus(instantToBus(expectedClaude.fiveHour.resetsAt));
+    EXPECT_EQ(usageFromBus(Provider::claude, claude), expectedClaude);
+}
+
+TEST_F(QuillonBusTest, AWindowAddedLaterIsAnnounced) {
+    start();
+    EXPECT_FALSE(properties().value("Claude").toMap().contains("Extra"));
+    listen();
+    fence(true);
+    recorder.messages.clear();
+    servers.addWindows();
+    const auto before = state->lastUpdated();
+    state->refreshAll();
+    waitForRefresh(before);
+    ASSERT_TRUE(test::waitUntil([&] { return !changes().empty(); }, 20000));
+    EXPECT_EQ(changes()[0], "Claude,Codex,LastUpdated");
+    const QVariantMap announced =
+        StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
+    EXPECT_TRUE(
+        announced.value("Claude").toMap().value("Extra").toMap().contains("seven_day_opus_max"));
 }
 
 TEST_F(QuillonBusTest, AProviderWithoutFiguresIsNotConnected) {
