@@ -105,9 +105,14 @@ TEST_F(ExtraWindowFetchTest, CodexsAnswerPassesOnItsFurtherWindowsByTheirPaths) 
 }
 
 TEST_F(ExtraWindowFetchTest, AnAnswerWithoutFurtherWindowsHasNone) {
-    claude.on("/api/oauth/usage", 200, R"({"five_hour":{"utilization":5},"seven_day":{}})");
+    claude.on("/api/oauth/usage", 200,
+              R"({"five_hour":{"utilization":5,"resets_at":"2025-06-01T10:00:00.000Z"},
+                  "seven_day":{"utilization":6,"resets_at":null},
+                  "seven_day_sonnet":{"utilization":7,"resets_at":null},
+                  "subscription":{"plan":"max"}})");
     chatgpt.on("/backend-api/wham/usage", 200,
-               R"({"rate_limit":{"primary_window":{},"secondary_window":{}}})");
+               R"({"rate_limit":{"primary_window":{"used_percent":1,"reset_at":null},
+                                 "secondary_window":{"used_percent":2,"reset_at":null}}})");
     EXPECT_EQ(ClaudeProvider::fetchUsageWithExtras(store, env)->extraWindows, ExtraWindows{});
     EXPECT_EQ(CodexProvider::fetchUsageWithExtras(store, env)->extraWindows, ExtraWindows{});
 }
