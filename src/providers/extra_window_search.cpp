@@ -41,7 +41,9 @@ ExtraWindows findExtraWindows(const nlohmann::json& answer, WindowReader read,
             if (windows.size() >= maxExtraWindows) {
                 break;
             }
-            const std::string path = key + "." + innerKey;
+            std::string path = key;
+            path += '.';
+            path += innerKey;
             if (!isCandidate(path, innerValue, named)) {
                 continue;
             }
