@@ -59,13 +59,7 @@ UsageData buildUsage(const Figures& figures, const ProviderEnvironment& env) {
 }
 
 std::optional<UsageWindow> readWindow(const json& value) {
-    if (!value.is_object()) {
-        return std::nullopt;
-    }
-    const auto utilization = value.find("utilization");
-    const auto resetsAt = value.find("resets_at");
-    if (utilization == value.end() || !isPercentFigure(*utilization) || resetsAt == value.end() ||
-        !(resetsAt->is_string() || resetsAt->is_null())) {
+    if (!hasWindowShape(value, "utilization", "resets_at", ResetForm::text)) {
         return std::nullopt;
     }
     return parseWindow(&value);

@@ -76,13 +76,7 @@ UsageWindow window(const json& data, bool countdown, Instant now) {
 }
 
 std::optional<UsageWindow> readWindow(const json& value) {
-    if (!value.is_object()) {
-        return std::nullopt;
-    }
-    const auto usedPercent = value.find("used_percent");
-    const auto resetAt = value.find("reset_at");
-    if (usedPercent == value.end() || !isPercentFigure(*usedPercent) || resetAt == value.end() ||
-        !(resetAt->is_number() || resetAt->is_null())) {
+    if (!hasWindowShape(value, "used_percent", "reset_at", ResetForm::seconds)) {
         return std::nullopt;
     }
     return window(value, false, Instant{});

@@ -55,6 +55,19 @@ ExtraWindows findExtraWindows(const nlohmann::json& answer, WindowReader read,
     return windows;
 }
 
+bool hasWindowShape(const nlohmann::json& value, std::string_view percentKey,
+                    std::string_view resetKey, ResetForm form) {
+    if (!value.is_object()) {
+        return false;
+    }
+    const auto percent = value.find(percentKey);
+    const auto reset = value.find(resetKey);
+    if (percent == value.end() || !isPercentFigure(*percent) || reset == value.end()) {
+        return false;
+    }
+    return reset->is_null() || (form == ResetForm::text ? reset->is_string() : reset->is_number());
+}
+
 bool isPercentFigure(const nlohmann::json& value) {
     return value.is_number() && tryRoundToInt64(value.get<double>()).has_value();
 }

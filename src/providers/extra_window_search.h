@@ -21,6 +21,15 @@ using WindowReader = std::optional<UsageWindow> (*)(const nlohmann::json& value)
 ExtraWindows findExtraWindows(const nlohmann::json& answer, WindowReader read,
                               std::initializer_list<std::string_view> named);
 
+// The form a window's reset moment takes in a provider's replies: an ISO 8601 text, or a
+// number of seconds since 1970.
+enum class ResetForm { text, seconds };
+
+// Whether `value` is an object in a provider's window shape: a percent figure under
+// `percentKey`, and under `resetKey` null or a reset in the provider's form.
+bool hasWindowShape(const nlohmann::json& value, std::string_view percentKey,
+                    std::string_view resetKey, ResetForm form);
+
 // Whether a value is a number whose rounded whole percent fits a window. For the named windows a
 // figure beyond that stops the program; a window the program does not know is simply not read.
 bool isPercentFigure(const nlohmann::json& value);

@@ -119,6 +119,26 @@ protected:
         getAll();
     }
 
+    // Listens from now on, once whatever the first refresh announced is behind us (a change of
+    // our own has come).
+    void listenFromNowOn() {
+        listen();
+        fence(true);
+        recorder.messages.clear();
+    }
+
+    // Refreshes, waits for the first announcement after it and gives what it carried.
+    QVariantMap refreshAndFirstAnnouncement() {
+        const auto before = state->lastUpdated();
+        state->refreshAll();
+        waitForRefresh(before);
+        if (!test::waitUntil([&] { return !changes().empty(); }, 20000)) {
+            ADD_FAILURE() << "no announcement";
+            return {};
+        }
+        return StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
+    }
+
     // Turns the 60 % threshold on or off and waits for its announcement. Signals from one
     // sender arrive in the order they were sent, and changes not yet announced go out with it:
     // once it is here, every signal the state's earlier changes caused is here too, however
@@ -269,17 +289,11 @@ TEST_F(QuillonBusTest, WindowsTheServicesAddAreCarriedByTheirKeys) {
 TEST_F(QuillonBusTest, AWindowAddedLaterIsAnnounced) {
     start();
     EXPECT_FALSE(properties().value("Claude").toMap().contains("Extra"));
-    listen();
-    fence(true);
-    recorder.messages.clear();
+    listenFromNowOn();
     servers.addWindows();
-    const auto before = state->lastUpdated();
-    state->refreshAll();
-    waitForRefresh(before);
-    ASSERT_TRUE(test::waitUntil([&] { return !changes().empty(); }, 20000));
+    const QVariantMap announced = refreshAndFirstAnnouncement();
+    ASSERT_FALSE(changes().empty());
     EXPECT_EQ(changes()[0], "Claude,Codex,LastUpdated");
-    const QVariantMap announced =
-        StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
     EXPECT_TRUE(
         announced.value("Claude").toMap().value("Extra").toMap().contains("seven_day_opus_max"));
 }
@@ -294,20 +308,13 @@ TEST_F(QuillonBusTest, AProviderWithoutFiguresIsNotConnected) {
 
 TEST_F(QuillonBusTest, PropertiesChangedOnEveryChangeAndNotOtherwise) {
     start();
-    listen();
-    // Whatever the first refresh announced is behind us once a change of our own has come.
-    fence(true);
-    recorder.messages.clear();
+    listenFromNowOn();
 
     // New figures for Claude only: one signal naming what changed with them.
     servers.setFigures(55, 17);
-    const auto first = state->lastUpdated();
-    state->refreshAll();
-    waitForRefresh(first);
-    ASSERT_TRUE(test::waitUntil([&] { return !changes().empty(); }, 20000));
+    const QVariantMap announced = refreshAndFirstAnnouncement();
+    ASSERT_FALSE(changes().empty());
     EXPECT_EQ(changes()[0], "Claude,LastUpdated,Title");
-    const QVariantMap announced =
-        StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
     EXPECT_EQ(announced.value("Title").toString(), " C:55% X:17%");
     EXPECT_EQ(announced.value("Claude").toMap().value("FiveHour").toMap().value("Percent"), 55);
 
