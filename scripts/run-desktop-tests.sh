@@ -7,7 +7,7 @@ set -uo pipefail
 build_dir=${1:?usage: run-desktop-tests.sh BUILD_DIR [HOST...]}
 shift
 repo=$(cd "$(dirname "$0")/.." && pwd)
-all_hosts=(gnome gnome-appindicator gnome-appindicator-only plasma xfce mate mate-indicator sway tint2 cinnamon lxqt)
+all_hosts=(gnome gnome-appindicator gnome-appindicator-only plasma xfce mate mate-indicator sway sway-bottom tint2 cinnamon lxqt)
 hosts=("$@")
 if [ ${#hosts[@]} -eq 0 ]; then
     for host in "${all_hosts[@]}"; do
