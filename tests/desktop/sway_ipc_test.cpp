@@ -184,6 +184,21 @@ TEST(SwayIpcTest, ASocketThatNeverAnswersGivesNothing) {
     EXPECT_FALSE(sway::version(sway.path()));
 }
 
+TEST(SwayIpcTest, SeatFocusNamesEachSeatsFocusedNode) {
+    FakeSway sway({.reply = R"([{"name": "seat0", "focus": 12}, {"name": "seat1", "focus": 4}])"});
+    EXPECT_EQ(sway::seatFocus(sway.path()), (std::vector<std::int64_t>{12, 4}));
+    EXPECT_EQ(sway.requestedType(), 101U);
+}
+
+TEST(SwayIpcTest, SeatFocusOfAMalformedAnswerIsNothing) {
+    for (const char* reply :
+         {R"({"focus": 1})", R"([{"name": "seat0"}])", R"([{"focus": "12"}])", R"([7])", "[{"}) {
+        FakeSway sway({.reply = reply});
+        EXPECT_FALSE(sway::seatFocus(sway.path())) << reply;
+    }
+    EXPECT_FALSE(sway::seatFocus(QString()));
+}
+
 TEST(SwayFocusWatchTest, AFocusEventTellsAndOtherWindowEventsDoNot) {
     FakeSway sway({.reply = R"({"success": true})",
                    .events = {R"({"change": "new"})", R"({"change": "focus", "container": {}})",
