@@ -44,6 +44,12 @@ struct DesktopHost {
     // its thickness from the screen's edge but is drawn 8 px off that edge, so its visible edge
     // lies 8 px inside the work area.
     int barDrawnInside = 0;
+    // Whether a click on the transparent margin around the panel, where its shadow is drawn,
+    // reaches what lies under it. The margin takes no input on X11 (its input shape leaves it
+    // out), but under XWayland that shape must reach the compositor too, which it does not with
+    // sway 1.7: a click there meant for one of its Wayland windows or its bar would go to the
+    // panel. Where it does not, the panel has no margin and no shadow.
+    bool shadowPassesClicks = true;
 };
 
 // The facts a host is recognised by.

@@ -41,38 +41,57 @@ check_same_place() {
 }
 
 # A click beside the visible panel, on the transparent margin where its shadow is drawn, reaches
-# the window under it: the click probe, moved there, has it, and the panel closes.
+# the window under it, an X11 one (which XWayland itself could hand it to) and a Wayland-native
+# one (which only the compositor can): each probe in turn, moved there, has it, and the panel
+# closes.
 check_shadow_passes_clicks() {
     [ -z "$PROBE_PROBLEM" ] || { echo "$PROBE_PROBLEM"; return 1; }
+    [ -z "$WAYLAND_PROBE_PROBLEM" ] || { echo "$WAYLAND_PROBE_PROBLEM"; return 1; }
     reopen >/dev/null || { echo "the panel did not open"; return 1; }
-    local x y w h margin vx vy vw vh
+    local x y w h vx vy vw vh
     read -r x y w h < <(panel_frame)
     read -r vx vy vw vh < <(visible_panel "$DESKTOP_OUT/panel.png") ||
         { echo "no visible panel in panel.png"; return 1; }
-    margin=$((vx - x))
-    [ "$margin" -gt 2 ] || { echo "no margin around the panel (window $x,$y ${w}x$h): nothing to check"; return 0; }
+    SHADOW_MARGIN=$((vx - x))
+    [ "$SHADOW_MARGIN" -gt 2 ] ||
+        { echo "no margin around the panel (window $x,$y ${w}x$h): nothing to check"; return 0; }
     # Half way into the margin, beside the middle of the panel's left (or right) edge.
-    local cx=$((x + margin / 2)) cy=$((vy + vh / 2)) side=left
-    if [ "$cx" -lt 0 ]; then
-        cx=$((vx + vw + margin / 2)) side=right
+    SHADOW_X=$((x + SHADOW_MARGIN / 2)) SHADOW_Y=$((vy + vh / 2)) SHADOW_SIDE=left
+    if [ "$SHADOW_X" -lt 0 ]; then
+        SHADOW_X=$((vx + vw + SHADOW_MARGIN / 2)) SHADOW_SIDE=right
     fi
     close_panel
-    local home_x=$PROBE_X home_y=$PROBE_Y to_x=$((cx - PROBE_W + 20))
-    [ "$side" = left ] || to_x=$((cx - 20))
-    move_probe "$to_x" $((cy - PROBE_H / 2))
-    wait_until 3 eval '[ "$(probe_frame | cut -d" " -f1)" = "$to_x" ]'
-    reopen >/dev/null || { move_probe "$home_x" "$home_y"; echo "the panel did not open again"; return 1; }
-    local before problem=""
-    before=$(probe_presses)
-    click_at "$cx" "$cy"
-    wait_until 3 panel_hidden || problem+=" the click at $cx,$cy on the shadow ($side of the panel) left the panel open;"
-    wait_until 2 test "$(probe_presses)" -gt "$before" ||
-        problem+=" the click at $cx,$cy on the shadow never reached the window under it;"
-    close_panel
-    move_probe "$home_x" "$home_y"
-    wait_until 3 eval '[ "$(probe_frame | cut -d" " -f1)" = "$home_x" ]'
+    SHADOW_PROBLEMS=""
+    shadow_click "X11 window" probe_frame "click probe" probe_presses
+    shadow_click "Wayland window" wayland_probe_frame "wayland probe" wayland_probe_presses
     read -r PROBE_X PROBE_Y PROBE_W PROBE_H < <(probe_frame)
-    [ -z "$problem" ] || { echo "${problem# }"; return 1; }
+    read -r WPROBE_X WPROBE_Y WPROBE_W WPROBE_H < <(wayland_probe_frame)
+    [ -z "$SHADOW_PROBLEMS" ] || { echo "${SHADOW_PROBLEMS# }"; return 1; }
+}
+
+# shadow_click WHAT FRAME TITLE PRESSES: moves the window titled TITLE (FRAME gives its "X Y W H",
+# PRESSES its count of presses) under the shadow's point, clicks there with the panel open, and
+# puts the window back.
+shadow_click() {
+    local what=$1 frame=$2 title=$3 presses=$4 home_x home_y fw fh to_x to_y before
+    read -r home_x home_y fw fh < <("$frame")
+    to_x=$((SHADOW_X - fw + 20)) to_y=$((SHADOW_Y - fh / 2))
+    [ "$SHADOW_SIDE" = left ] || to_x=$((SHADOW_X - 20))
+    swaymsg -q "[title=\"^$title\$\"] move absolute position $to_x $to_y"
+    wait_until 3 eval '[ "$("$frame" | cut -d" " -f1)" = "$to_x" ]'
+    if reopen >/dev/null; then
+        before=$("$presses")
+        click_at "$SHADOW_X" "$SHADOW_Y"
+        wait_until 3 panel_hidden ||
+            SHADOW_PROBLEMS+=" a click on the shadow at $SHADOW_X,$SHADOW_Y over the $what left the panel open;"
+        wait_until 2 test "$("$presses")" -gt "$before" ||
+            SHADOW_PROBLEMS+=" a click on the shadow at $SHADOW_X,$SHADOW_Y never reached the $what under it;"
+    else
+        SHADOW_PROBLEMS+=" the panel did not open with the $what under its shadow;"
+    fi
+    close_panel
+    swaymsg -q "[title=\"^$title\$\"] move absolute position $home_x $home_y"
+    wait_until 3 eval '[ "$("$frame" | cut -d" " -f1)" = "$home_x" ]'
 }
 
 # A click on a Wayland-native window closes the panel and reaches that window.
