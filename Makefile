@@ -18,7 +18,7 @@ TSAN_TESTS := app_state_test refresh_integration_test tray_icon_test tray_icon_a
 
 DESKTOPS ?=
 
-.PHONY: all deps configure build run demo test test-desktops gnome-extension test-asan test-tsan fuzz tidy package clean format \
+.PHONY: all deps configure build run demo test screenshots test-desktops gnome-extension test-asan test-tsan fuzz tidy package clean format \
     debian13 check-package check-package-debian13
 
 all: build
@@ -37,6 +37,14 @@ run: build
 
 test: build gnome-shell/node_modules/.installed
 	@scripts/run-tests.sh $(BUILD_DIR)
+
+# The pictures the view, panel, card and icon tests draw, kept in build/screenshots/ to be looked
+# at; in a plain `make test` they go with each test's temporary folder.
+screenshots: build
+	@rm -rf build/screenshots
+	@QUILLON_SCREENSHOTS=$(CURDIR)/build/screenshots scripts/run-tests.sh $(BUILD_DIR) \
+	    -R '^(DashboardView|InlineSettingsView|ProgressBarView|Panel[A-Za-z]*|CardRenderer|TrayIconImage)Test\.'
+	@ls build/screenshots
 
 # ESLint for the GNOME Shell extension, as the lockfile pins it.
 gnome-shell/node_modules/.installed: gnome-shell/package-lock.json

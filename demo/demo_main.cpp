@@ -65,12 +65,17 @@ Options parse(const QStringList& args) {
     return options;
 }
 
-// Spins the event loop until `done` holds or `ms` pass.
+// Set by SIGTERM or SIGINT. The start-up spins the event loop itself before the application's
+// loop runs, and a quit asked for meanwhile would be lost: each wait ends on it, and the demo
+// stops before entering the application's loop.
+bool stopAsked = false;
+
+// Spins the event loop until `done` holds, `ms` pass or a stop is asked for.
 bool waitFor(const std::function<bool()>& done, int ms) {
     QElapsedTimer timer;
     timer.start();
     while (!done()) {
-        if (timer.elapsed() > ms) {
+        if (stopAsked || timer.elapsed() > ms) {
             return false;
         }
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
@@ -240,7 +245,10 @@ int main(int argc, char** argv) {
     env.securityTool = (homePath / "no-keychain-tool").string();
 
     TerminationSignals terminationSignals;
-    QObject::connect(&terminationSignals, &TerminationSignals::received, &app, &QApplication::quit);
+    QObject::connect(&terminationSignals, &TerminationSignals::received, &app, [] {
+        stopAsked = true;
+        QApplication::quit();
+    });
 
     // The bar as it looks before the item joins it: the demo's first panel opens under the item.
     std::optional<demo::BarItemFinder> finder;
@@ -260,6 +268,9 @@ int main(int argc, char** argv) {
     std::optional<QPoint> item;
     if (finder) {
         waitFor([&] { return (item = finder->look()).has_value(); }, 5000);
+    }
+    if (stopAsked) {
+        return 0;
     }
     parts.panel().showAt(item.value_or(parts.tray().anchor().barEdge()));
     if (!options.screenshots.isEmpty()) {

@@ -122,6 +122,12 @@ export class QuillonButton {
                 this._proxy = proxy;
                 this._connect(this._proxy, 'g-properties-changed', () => this._sync());
                 this._connect(this._proxy, 'notify::g-name-owner', () => this._sync());
+                // ShowPanel() from anywhere else (a shortcut, a script): only the button knows
+                // where the panel belongs.
+                this._connect(this._proxy, 'g-signal', (_proxy, _sender, signal) => {
+                    if (signal === 'PanelWanted')
+                        this._call('ShowPanelAt', '(iiii)', this._anchor());
+                });
                 this._sync();
             });
     }

@@ -16,13 +16,14 @@ struct LevelColours {
     QColor green;
 };
 
+inline QColor levelColour(UsageLevel level, bool dark) {
+    const Rgb rgb = levelRgb(level, dark);
+    return {rgb.red, rgb.green, rgb.blue};
+}
+
 inline LevelColours levelColours(bool dark) {
-    const auto colour = [dark](UsageLevel level) {
-        const Rgb rgb = levelRgb(level, dark);
-        return QColor(rgb.red, rgb.green, rgb.blue);
-    };
-    return {colour(UsageLevel::red), colour(UsageLevel::orange), colour(UsageLevel::yellow),
-            colour(UsageLevel::green)};
+    return {levelColour(UsageLevel::red, dark), levelColour(UsageLevel::orange, dark),
+            levelColour(UsageLevel::yellow, dark), levelColour(UsageLevel::green, dark)};
 }
 
 } // namespace quillon

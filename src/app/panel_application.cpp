@@ -24,7 +24,16 @@ PanelApplication::PanelApplication(const ServicesFactory& makeServices)
       bus_(appState_,
            BusActions{
                // A request over the bus carries no point, as a command from the menu does not.
-               .showPanel = [this] { panel_.showAt(tray_.anchor().forMenu()); },
+               // A shell that draws Quillon's button knows where it is, and is asked to place
+               // the panel under it.
+               .showPanel =
+                   [this] {
+                       if (tray_.shownByShell()) {
+                           bus_.askShellForPanel();
+                       } else {
+                           panel_.showAt(tray_.anchor().forMenu());
+                       }
+                   },
                .showPanelUnder = [this](QRect item) { panel_.showUnder(item); },
                .togglePanelUnder = [this](QRect item) { panel_.toggleUnder(item); },
                .hidePanel = [this] { panel_.hide(); },

@@ -47,6 +47,7 @@ class QuillonBusAdaptor : public QDBusAbstractAdaptor {
                 "      <arg name=\"y\" type=\"i\" direction=\"in\"/>\n"
                 "    </method>\n"
                 "    <method name=\"Quit\"/>\n"
+                "    <signal name=\"PanelWanted\"/>\n"
                 "  </interface>\n")
     Q_PROPERTY(QString Title READ title)
     Q_PROPERTY(qlonglong LastUpdated READ lastUpdated)
@@ -151,6 +152,12 @@ void QuillonBus::refresh() {
 
 void QuillonBus::announce() {
     announce_.start();
+}
+
+void QuillonBus::askShellForPanel() {
+    bus_.send(QDBusMessage::createSignal(QString::fromLatin1(busNames::objectPath),
+                                         QString::fromLatin1(busNames::interface),
+                                         QStringLiteral("PanelWanted")));
 }
 
 void QuillonBus::refreshAndWait(const QDBusMessage& message) {

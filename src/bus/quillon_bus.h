@@ -43,7 +43,8 @@ struct BusActions {
 // fresh figures) and ShowPanel().
 // For a desktop shell that draws the item itself, it also carries the menu's lines of figures
 // and whether the panel is open, and takes requests to place, toggle and hide the panel, the
-// presses the shell sees, and Quit. Nothing of it is written to disk.
+// presses the shell sees, and Quit; the signal PanelWanted asks that shell to show the panel
+// under its button with ShowPanelAt. Nothing of it is written to disk.
 class QuillonBus : public QObject {
     Q_OBJECT
 
@@ -68,6 +69,8 @@ public:
     // Compares the properties with those last announced, once the present step has run, and
     // announces what changed: for changes that do not come from the state (the panel opening).
     void announce();
+    // Emits PanelWanted: only the shell that draws Quillon's button knows where it is.
+    void askShellForPanel();
     // Refreshes and answers `message` once the refresh has finished.
     void refreshAndWait(const QDBusMessage& message);
 

@@ -52,17 +52,7 @@ TrayFigures trayFigures(const std::optional<UsageData>& claude,
 QColor usageLevelColor(std::int64_t percent) {
     // The icon keeps the light variant whatever the desktop's palette: it reads on dark and light
     // bars alike.
-    const LevelColours colours = levelColours(false);
-    if (percent >= 90) {
-        return colours.red;
-    }
-    if (percent >= 75) {
-        return colours.orange;
-    }
-    if (percent >= 50) {
-        return colours.yellow;
-    }
-    return colours.green;
+    return levelColour(usageLevel(percent), false);
 }
 
 QImage trayFiguresImage(const TrayFigures& figures, int side) {

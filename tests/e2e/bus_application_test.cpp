@@ -54,5 +54,33 @@ TEST_F(WholeApplicationTest, ShowPanelOpensThePanel) {
     EXPECT_TRUE(waitUntil([&] { return parts->panel().isVisible(); }, deadlineMs));
 }
 
+// While a shell draws Quillon's button, only the shell knows where the button is: ShowPanel()
+// asks it with PanelWanted, and the shell answers with ShowPanelAt under its button.
+TEST_F(WholeApplicationTest, ShowPanelAsksTheShellThatDrawsTheButton) {
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_TRUE(client.registerService(QString::fromLatin1(busNames::shellButton)));
+    ASSERT_TRUE(waitUntil([&] { return parts->tray().shownByShell(); }, deadlineMs));
+    SignalRecorder wanted;
+    ASSERT_TRUE(client.connect(QString::fromLatin1(busNames::service),
+                               QString::fromLatin1(busNames::objectPath),
+                               QString::fromLatin1(busNames::interface),
+                               QStringLiteral("PanelWanted"), &wanted, SLOT(record(QDBusMessage))));
+    title(client); // the match rule is in place after a round trip
+
+    EXPECT_EQ(callQuillon(client, QStringLiteral("ShowPanel")).type(), QDBusMessage::ReplyMessage);
+    ASSERT_TRUE(waitUntil([&] { return wanted.messages.size() == 1; }, deadlineMs));
+    EXPECT_FALSE(parts->panel().isVisible());
+
+    auto showAt = QDBusMessage::createMethodCall(
+        QString::fromLatin1(busNames::service), QString::fromLatin1(busNames::objectPath),
+        QString::fromLatin1(busNames::interface), QStringLiteral("ShowPanelAt"));
+    showAt << 600 << 0 << 40 << 28;
+    EXPECT_EQ(callAndWait(client, showAt).type(), QDBusMessage::ReplyMessage);
+    ASSERT_TRUE(waitUntil([&] { return parts->panel().isVisible(); }, deadlineMs));
+    const QRect panel = parts->panel().panelGeometry();
+    EXPECT_EQ(panel.x() + panel.width() / 2, 620); // centred on the button
+    EXPECT_EQ(wanted.messages.size(), 1U);
+}
+
 } // namespace
 } // namespace quillon::test

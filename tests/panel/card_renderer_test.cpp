@@ -1,8 +1,8 @@
 #include "panel/card_renderer.h"
 #include "providers/window_labels.h"
+#include "support/screenshot_folder.h"
 #include "support/temp_dir.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QPalette>
 #include <QQuickItem>
@@ -264,11 +264,11 @@ TEST(CardRendererTest, SavesAPngOfTheCard) {
     EXPECT_FALSE(card.savePng(QStringLiteral("/nonexistent/folder/card.png")));
 }
 
-// The usage card and the no-data card in the light and the dark palette, written to the build
-// folder's screenshots/ to be looked at.
+// The usage card and the no-data card in the light and the dark palette, written to the
+// screenshot folder to be looked at.
 TEST(CardRendererTest, ScreenshotsLightAndDark) {
     const QPalette saved = QGuiApplication::palette();
-    QDir().mkpath(QStringLiteral(QUILLON_SCREENSHOT_DIR));
+    const QString folder = test::screenshotFolder();
     for (const bool dark : {false, true}) {
         if (dark) {
             QPalette palette;
@@ -283,10 +283,8 @@ TEST(CardRendererTest, ScreenshotsLightAndDark) {
         const UsageCard none(std::nullopt, updated);
         const QImage usagePicture = usage.image();
         EXPECT_EQ(usagePicture.pixelColor(2, 2).lightness() < 128, dark);
-        EXPECT_TRUE(
-            usage.savePng(QStringLiteral(QUILLON_SCREENSHOT_DIR "/card-usage%1.png").arg(suffix)));
-        EXPECT_TRUE(
-            none.savePng(QStringLiteral(QUILLON_SCREENSHOT_DIR "/card-no-data%1.png").arg(suffix)));
+        EXPECT_TRUE(usage.savePng(folder + QStringLiteral("/card-usage%1.png").arg(suffix)));
+        EXPECT_TRUE(none.savePng(folder + QStringLiteral("/card-no-data%1.png").arg(suffix)));
     }
     QGuiApplication::setPalette(saved);
 }

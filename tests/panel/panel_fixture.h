@@ -4,9 +4,9 @@
 #include "app/auth_store.h"
 #include "panel/panel_window.h"
 #include "support/qt_wait.h"
+#include "support/screenshot_folder.h"
 #include "support/temp_dir.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QImage>
 #include <QLinearGradient>
@@ -165,7 +165,7 @@ protected:
     }
 
     // The panel as it appears on a desktop: the window, shadow included, over a plain backdrop.
-    // Written to the build folder's screenshots/ and returned.
+    // Written to the screenshot folder and returned.
     QImage screenshot(const QString& name) {
         const QImage grabbed = panel->window()->grabWindow();
         QImage shot(grabbed.size(), QImage::Format_ARGB32_Premultiplied);
@@ -177,8 +177,7 @@ protected:
         painter.fillRect(shot.rect(), backdrop);
         painter.drawImage(0, 0, grabbed);
         painter.end();
-        QDir().mkpath(QStringLiteral(QUILLON_SCREENSHOT_DIR));
-        shot.save(QStringLiteral(QUILLON_SCREENSHOT_DIR "/%1.png").arg(name));
+        shot.save(test::screenshotFolder() + QStringLiteral("/%1.png").arg(name));
         return shot;
     }
 

@@ -150,10 +150,9 @@ TEST_F(PanelWindowTest, WithoutACompositorTheWindowIsThePanelAloneWithRoundedCor
     EXPECT_TRUE(shape.contains(QPoint(180, 0)));
     EXPECT_FALSE(xprop(*window).contains(QStringLiteral("_GTK_FRAME_EXTENTS(CARDINAL)")));
     test::spin(300);
-    ASSERT_TRUE(QDir().mkpath(QStringLiteral(QUILLON_SCREENSHOT_DIR)));
     EXPECT_TRUE(QGuiApplication::primaryScreen()
                     ->grabWindow(0, 780 - 10, 0, 360 + 20, 520)
-                    .save(QStringLiteral(QUILLON_SCREENSHOT_DIR "/panel-no-compositor.png")));
+                    .save(test::screenshotFolder() + QStringLiteral("/panel-no-compositor.png")));
 }
 
 TEST_F(PanelWindowTest, WithACompositorTheShadowMarginIsTheWindowsOwnAndNotPlaced) {

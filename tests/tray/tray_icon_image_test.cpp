@@ -1,5 +1,7 @@
 #include "tray/tray_icon_image.h"
 
+#include "support/screenshot_folder.h"
+
 #include <QDir>
 #include <QPainter>
 
@@ -116,8 +118,8 @@ TEST(TrayIconImageTest, TheIconHoldsEverySize) {
 
 // Writes the icons for people to look at, beside the other screenshots.
 TEST(TrayIconImageTest, WritesTheIconsForReview) {
-    const QString folder = QStringLiteral(QUILLON_SCREENSHOT_DIR "/tray");
-    ASSERT_TRUE(QDir().mkpath(folder));
+    const QString folder = test::screenshotFolder(QStringLiteral("tray"));
+    ASSERT_TRUE(QDir(folder).exists());
     for (const int side : {16, 22, 24}) {
         const QImage figures = trayFiguresImage(TrayFigures{42, 17}, side);
         const QImage high = trayFiguresImage(TrayFigures{std::nullopt, 93}, side);

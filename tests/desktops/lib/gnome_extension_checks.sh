@@ -90,19 +90,22 @@ check_button_cycles() {
     done
 }
 
-# Ends the demo: a terminating signal, and where that is lost (the demo, still settling in a
-# loop of its own at start, may drop the request to quit), the kill a crash amounts to.
+# Ends the demo with a terminating signal, as the end of a session does, even while it is still
+# starting; fails (after the kill a crash amounts to) when it is still running 5 s later.
 stop_demo() {
+    local ended=0
     kill "$pid_demo" 2>/dev/null
-    wait_until 3 eval '[ -z "$(ps -o stat= -p "$pid_demo" | grep -v Z)" ]' || kill -9 "$pid_demo" 2>/dev/null
+    wait_until 5 eval '[ -z "$(ps -o stat= -p "$pid_demo" | grep -v Z)" ]' || ended=1
+    [ "$ended" -eq 0 ] || kill -9 "$pid_demo" 2>/dev/null
     wait "$pid_demo" 2>/dev/null
+    return "$ended"
 }
 
 # Ends and starts the demo COUNT times: the button goes while it is away and comes back right.
 check_quillon_restarts() {
     local count=${QUILLON_RESTARTS:-20} round
     for ((round = 1; round <= count; round++)); do
-        stop_demo
+        stop_demo || { echo "the demo went on running after SIGTERM (round $round)"; return 1; }
         wait_until 3 item_absent || { echo "the button stayed while Quillon was not running (round $round)"; return 1; }
         spawn demo "$QUILLON_DEMO"
         wait_until 10 button_right || { echo "the button was not right after restart $round: '$(button_label 2>&1)'"; return 1; }
@@ -115,7 +118,7 @@ check_quillon_restarts() {
 check_unseen_notice() {
     gnome-extensions disable "$QUILLON_EXTENSION"
     wait_until 3 item_absent || { echo "the button stayed after disabling the extension"; return 1; }
-    stop_demo
+    stop_demo || { echo "the demo went on running after SIGTERM"; return 1; }
     spawn demo "$QUILLON_DEMO"
     local problems="" lines
     wait_until 10 grep -q "gnome-extensions enable $QUILLON_EXTENSION" "$DESKTOP_OUT/demo.log" ||
@@ -132,6 +135,18 @@ check_unseen_notice() {
     [ -z "$problems" ] || { echo "${problems# }"; return 1; }
 }
 
+# ShowPanel() over the bus, as a shortcut or a script asks for the panel: Quillon asks the shell
+# where its button is, and the panel opens under the button as after a click.
+check_bus_show_panel() {
+    close_panel
+    dbus-send --session --print-reply --dest=org.quillon.Quillon /org/quillon/Quillon \
+        org.quillon.Quillon1.ShowPanel >/dev/null || { echo "ShowPanel() failed"; return 1; }
+    wait_until 5 panel_shown || { echo "ShowPanel() opened no panel"; return 1; }
+    sleep 0.5
+    shot "$DESKTOP_OUT/panel-by-bus.png"
+    placement_of "$DESKTOP_OUT/panel-by-bus.png" "$(x11_geometry panel)"
+}
+
 # Nothing of the extension's in the shell's log: no error, no warning.
 check_shell_log() {
     local lines
@@ -146,5 +161,7 @@ gnome_extension_checks() {
     check "no menu on a left click" check_no_menu_on_click
     close_panel
     check "overview click closes" check_overview_click
+    close_panel
+    check "bus opens under the button" check_bus_show_panel
     close_panel
 }
