@@ -9,10 +9,9 @@ start_wayland_probe() {
     WAYLAND_PROBE_PROBLEM="the Wayland probe window did not appear (see wayland-probe.log)"
     wait_until 15 wayland_probe_frame || return 1
     read -r WPROBE_X WPROBE_Y WPROBE_W WPROBE_H < <(wayland_probe_frame)
-    # It must take a click while nothing else is open, or its silence later would prove nothing.
-    click_at $((WPROBE_X + WPROBE_W / 2)) $((WPROBE_Y + WPROBE_H / 2))
     WAYLAND_PROBE_PROBLEM="the Wayland probe took no click even with no panel open"
-    wait_until 3 test "$(wayland_probe_presses)" -gt 0 || return 1
+    takes_setup_click $((WPROBE_X + WPROBE_W / 2)) $((WPROBE_Y + WPROBE_H / 2)) \
+        wayland_probe_presses || return 1
     WAYLAND_PROBE_PROBLEM=""
 }
 
