@@ -100,7 +100,7 @@ sway_start() {
 output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #5b7fa3 solid_color
 xwayland enable
 for_window [title="^click probe$"] floating enable, resize set 240 160, move absolute position 40 $((SCREEN_H - 220))
-for_window [title="^wayland probe$"] floating enable, resize set 200 120, move absolute position 300 330
+for_window [title="^wayland probe$"] floating enable, resize set 200 120, move absolute position 60 330
 CONFIG
     spawn sway sway --config "$XDG_CONFIG_HOME/sway/config"
     wait_until 20 sway_socket || { fail "item visible" "sway did not start (see sway.log)"; return 1; }
