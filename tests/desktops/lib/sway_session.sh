@@ -90,8 +90,19 @@ panel_frame() {
 probe_frame() { tree_rect name "click probe" 1; }
 move_probe() { swaymsg -q "[title=\"^click probe$\"] move absolute position $1 $2"; }
 
+# waybar runs each custom module in a process group of its own, which outlives waybar and the
+# session's bus (`quillon status --watch` waits for Quillon through its restarts): they are
+# ended by their pids first, then the session's processes.
+end_bar_modules() {
+    local module
+    [ -n "${pid_waybar:-}" ] || return 0
+    for module in $(ps -o pid= --ppid "$pid_waybar" 2>/dev/null); do
+        kill $(ps -o pid= --ppid "$module" 2>/dev/null) "$module" 2>/dev/null || true
+    done
+}
+
 sway_start() {
-    trap host_cleanup EXIT
+    trap 'end_bar_modules; host_cleanup' EXIT
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)
