@@ -24,6 +24,17 @@
 namespace quillon {
 namespace {
 
+// A Unix socket listening at `path`, as sway's is.
+int listenAt(const std::string& path, int backlog) {
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    EXPECT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(::listen(listener, backlog), 0);
+    return listener;
+}
+
 // A sway IPC socket in a folder of its own that answers one request with `reply`, framed as
 // sway frames it (with `replyType`, else the request's own type), or, with `silent`, reads the
 // request and says nothing until the client gives up.
@@ -45,13 +56,7 @@ public:
 
     explicit FakeSway(Answer answer) : answer_(std::move(answer)) {
         path_ = (folder_.path() / "sway-ipc.sock").string();
-        listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, path_.c_str(), path_.size());
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-                  0);
-        EXPECT_EQ(::listen(listener_, 1), 0);
+        listener_ = listenAt(path_, 1);
         thread_ = std::thread([this] { serve(); });
     }
     ~FakeSway() {
@@ -126,13 +131,7 @@ class SeatSway {
 public:
     SeatSway() {
         path_ = (folder_.path() / "sway-ipc.sock").string();
-        listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, path_.c_str(), path_.size());
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-                  0);
-        EXPECT_EQ(::listen(listener_, 8), 0);
+        listener_ = listenAt(path_, 8);
         thread_ = std::thread([this] { serve(); });
     }
     ~SeatSway() {
