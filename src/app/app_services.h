@@ -2,6 +2,7 @@
 
 #include "model/cancellation.h"
 #include "model/credential_store.h"
+#include "model/extra_windows.h"
 #include "model/instant.h"
 #include "model/key_value_store.h"
 #include "model/usage_data.h"
@@ -16,8 +17,8 @@ namespace quillon {
 // notification service and the settings file; tests hand in their own functions.
 struct AppServices {
     // One provider's fetch. Runs on the background task; never throws; an absent result means
-    // "no new figures".
-    using Fetch = std::function<std::optional<UsageData>(CredentialStore&, const Cancellation&)>;
+    // "no new figures". A function that gives UsageData alone gives no windows beyond the named.
+    using Fetch = std::function<std::optional<FetchedUsage>(CredentialStore&, const Cancellation&)>;
 
     Fetch fetchClaude;
     Fetch fetchCodex;

@@ -27,8 +27,8 @@ private:
     Step step_;
 };
 
-std::optional<UsageData> fetchQuietly(const AppServices::Fetch& fetch, CredentialStore& store,
-                                      const Cancellation& cancellation) {
+std::optional<FetchedUsage> fetchQuietly(const AppServices::Fetch& fetch, CredentialStore& store,
+                                         const Cancellation& cancellation) {
     if (!fetch) {
         return std::nullopt;
     }
@@ -105,11 +105,13 @@ void AppState::refreshAll() {
 
 void AppState::publish(FetchResults results) {
     if (results.claude) {
-        claudeUsage_ = std::move(results.claude);
+        claudeUsage_ = std::move(results.claude->usage);
+        claudeExtraWindows_ = std::move(results.claude->extraWindows);
         emit claudeUsageChanged();
     }
     if (results.codex) {
-        codexUsage_ = std::move(results.codex);
+        codexUsage_ = std::move(results.codex->usage);
+        codexExtraWindows_ = std::move(results.codex->extraWindows);
         emit codexUsageChanged();
     }
     lastUpdated_ = services_.clock();

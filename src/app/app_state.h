@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/app_services.h"
+#include "model/extra_windows.h"
 #include "model/settings.h"
 
 #include <QDateTime>
@@ -41,6 +42,10 @@ public:
     const SmartNotificationSettings& smartNotificationSettings() const { return smart_; }
     const std::optional<UsageData>& claudeUsage() const { return claudeUsage_; }
     const std::optional<UsageData>& codexUsage() const { return codexUsage_; }
+    // The windows each provider's latest figures carried beyond the named ones; they change with
+    // the usage fields and announce themselves with the same signals.
+    const ExtraWindows& claudeExtraWindows() const { return claudeExtraWindows_; }
+    const ExtraWindows& codexExtraWindows() const { return codexExtraWindows_; }
     const std::optional<Instant>& lastUpdated() const { return lastUpdated_; }
     const AppSettings& settings() const { return settings_; }
     bool isRefreshing() const { return isRefreshing_; }
@@ -77,8 +82,8 @@ signals:
 
 private:
     struct FetchResults {
-        std::optional<UsageData> claude;
-        std::optional<UsageData> codex;
+        std::optional<FetchedUsage> claude;
+        std::optional<FetchedUsage> codex;
     };
 
     void publish(FetchResults results);
@@ -95,6 +100,8 @@ private:
     SmartNotificationSettings smart_;
     std::optional<UsageData> claudeUsage_;
     std::optional<UsageData> codexUsage_;
+    ExtraWindows claudeExtraWindows_;
+    ExtraWindows codexExtraWindows_;
     std::optional<Instant> lastUpdated_;
     AppSettings settings_;
     bool isRefreshing_ = false;

@@ -74,7 +74,7 @@ std::optional<Instant> instantFromBus(qint64 seconds) {
     return Instant(std::chrono::seconds(seconds));
 }
 
-QVariantMap usageToBus(const std::optional<UsageData>& usage) {
+QVariantMap usageToBus(const std::optional<UsageData>& usage, const ExtraWindows& extra) {
     if (!usage) {
         return {{QStringLiteral("Connected"), false}};
     }
@@ -100,6 +100,13 @@ QVariantMap usageToBus(const std::optional<UsageData>& usage) {
         map.insert(QStringLiteral("Today"),
                    QVariantMap{{QStringLiteral("Messages"), int64Value(today->messages)},
                                {QStringLiteral("Tokens"), text(today->tokens)}});
+    }
+    if (!extra.empty()) {
+        QVariantMap windows;
+        for (const auto& [key, window] : extra) {
+            windows.insert(QString::fromStdString(key), windowToBus(window));
+        }
+        map.insert(QStringLiteral("Extra"), windows);
     }
     return map;
 }
@@ -132,10 +139,25 @@ std::optional<UsageData> usageFromBus(Provider provider, const QVariantMap& map)
     return usage;
 }
 
+ExtraWindows extraWindowsFromBus(const QVariantMap& map) {
+    ExtraWindows extra;
+    const auto windows = field<QVariantMap>(map, QStringLiteral("Extra"));
+    if (!windows) {
+        return extra;
+    }
+    for (auto it = windows->begin(); it != windows->end() && extra.size() < maxExtraWindows; ++it) {
+        if (const auto window = windowFromBus(*windows, it.key())) {
+            addExtraWindow(extra, it.key().toStdString(), *window);
+        }
+    }
+    return extra;
+}
+
 QVariantMap busProperties(const std::optional<UsageData>& claude,
                           const std::optional<UsageData>& codex,
                           const std::optional<Instant>& lastUpdated,
-                          const NotificationSettings& notifications) {
+                          const NotificationSettings& notifications,
+                          const ExtraWindows& claudeExtra, const ExtraWindows& codexExtra) {
     QList<qlonglong> thresholds;
     for (const auto threshold : notifications.thresholds) {
         thresholds.append(threshold);
@@ -143,8 +165,8 @@ QVariantMap busProperties(const std::optional<UsageData>& claude,
     return {
         {QStringLiteral("Title"), text(menuBarTitle(claude, codex))},
         {QStringLiteral("LastUpdated"), int64Value(instantToBus(lastUpdated))},
-        {QStringLiteral("Claude"), usageToBus(claude)},
-        {QStringLiteral("Codex"), usageToBus(codex)},
+        {QStringLiteral("Claude"), usageToBus(claude, claudeExtra)},
+        {QStringLiteral("Codex"), usageToBus(codex, codexExtra)},
         {QStringLiteral("AlertThresholds"), QVariant::fromValue(thresholds)},
     };
 }

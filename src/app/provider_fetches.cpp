@@ -22,11 +22,11 @@ AppServices::Fetch withCancellation(ProviderEnvironment env, FetchUsage fetchUsa
 } // namespace
 
 AppServices::Fetch claudeFetch(ProviderEnvironment env) {
-    return withCancellation(std::move(env), &ClaudeProvider::fetchUsage);
+    return withCancellation(std::move(env), &ClaudeProvider::fetchUsageWithExtras);
 }
 
 AppServices::Fetch codexFetch(ProviderEnvironment env) {
-    return withCancellation(std::move(env), &CodexProvider::fetchUsage);
+    return withCancellation(std::move(env), &CodexProvider::fetchUsageWithExtras);
 }
 
 ProviderEnvironment productionProviderEnvironment() {

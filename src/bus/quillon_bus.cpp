@@ -140,7 +140,8 @@ QuillonBus::~QuillonBus() {
 
 QVariantMap QuillonBus::properties() const {
     QVariantMap all = busProperties(state_.claudeUsage(), state_.codexUsage(), state_.lastUpdated(),
-                                    state_.settings().notifications);
+                                    state_.settings().notifications, state_.claudeExtraWindows(),
+                                    state_.codexExtraWindows());
     all.insert(QStringLiteral("MenuRows"), actions_.menuRows ? actions_.menuRows() : QStringList());
     all.insert(QStringLiteral("PanelVisible"), actions_.panelVisible && actions_.panelVisible());
     return all;

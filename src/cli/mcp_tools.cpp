@@ -100,7 +100,8 @@ std::vector<mcp::Tool> usageTools() {
             "How much of their rate-limit windows the user has used, as the running Quillon "
             "shows it: for Claude and Codex each window's percent, its reset time (ISO 8601 and "
             "as a label), the plan, the pace (the percent projected at the reset and when the "
-            "limit would be reached), today's activity and the context use. Reads no network.",
+            "limit would be reached), today's activity and the context use, and under "
+            "\"extra\" any further window a service reports, by its own key. Reads no network.",
             noArguments(),
             outputSchema(),
             getUsage,

@@ -56,10 +56,16 @@ StatusFigures StatusClient::figuresFrom(const QVariantMap& properties) {
     figures.title = properties.value(QStringLiteral("Title")).toString().toStdString();
     figures.lastUpdated =
         instantFromBus(properties.value(QStringLiteral("LastUpdated")).toLongLong());
-    figures.claude =
-        usageFromBus(Provider::claude, properties.value(QStringLiteral("Claude")).toMap());
-    figures.codex =
-        usageFromBus(Provider::codex, properties.value(QStringLiteral("Codex")).toMap());
+    const QVariantMap claude = properties.value(QStringLiteral("Claude")).toMap();
+    const QVariantMap codex = properties.value(QStringLiteral("Codex")).toMap();
+    figures.claude = usageFromBus(Provider::claude, claude);
+    figures.codex = usageFromBus(Provider::codex, codex);
+    if (figures.claude) {
+        figures.claudeExtra = extraWindowsFromBus(claude);
+    }
+    if (figures.codex) {
+        figures.codexExtra = extraWindowsFromBus(codex);
+    }
     figures.alertThresholds.clear();
     const QVariant thresholds = properties.value(QStringLiteral("AlertThresholds"));
     if (thresholds.metaType() == QMetaType::fromType<QList<qlonglong>>()) {

@@ -27,7 +27,7 @@ private:
     std::string obtained_;
 };
 
-std::optional<UsageData> fetchQuietly(const AppServices::Fetch& fetch, CredentialStore& store) {
+std::optional<FetchedUsage> fetchQuietly(const AppServices::Fetch& fetch, CredentialStore& store) {
     const Cancellation cancellation;
     try {
         return fetch(store, cancellation);
@@ -45,8 +45,14 @@ StatusFigures fetchFigures() {
     const AuthStore stored;
     ReadOnlyCredentials credentials(stored);
     StatusFigures figures;
-    figures.claude = fetchQuietly(claudeFetch(env), credentials);
-    figures.codex = fetchQuietly(codexFetch(env), credentials);
+    if (auto claude = fetchQuietly(claudeFetch(env), credentials)) {
+        figures.claude = std::move(claude->usage);
+        figures.claudeExtra = std::move(claude->extraWindows);
+    }
+    if (auto codex = fetchQuietly(codexFetch(env), credentials)) {
+        figures.codex = std::move(codex->usage);
+        figures.codexExtra = std::move(codex->extraWindows);
+    }
     figures.lastUpdated = env.clock();
     figures.title = menuBarTitle(figures.claude, figures.codex);
     return figures;

@@ -18,6 +18,7 @@ constexpr auto notRunning = "Quillon is not running";
 struct Named {
     const char* label;
     const std::optional<UsageData>& usage;
+    const ExtraWindows& extra;
 };
 
 // The five-hour window counts down to its reset, so its label is written anew for `now`; the
@@ -59,7 +60,18 @@ Json windowJson(const UsageWindow& window, WindowKind kind, Instant now) {
     return json;
 }
 
-Json providerJson(const std::optional<UsageData>& usage, Instant now) {
+// A window the program does not know by name: its length is unknown, so it has no pace.
+Json extraWindowsJson(const ExtraWindows& extra) {
+    Json json = Json::object();
+    for (const auto& [key, window] : extra) {
+        json[key] = Json{{"percent", window.percent},
+                         {"resetsAt", instantJson(window.resetsAt)},
+                         {"resetLabel", window.resetLabel}};
+    }
+    return json;
+}
+
+Json providerJson(const std::optional<UsageData>& usage, const ExtraWindows& extra, Instant now) {
     Json json;
     json["connected"] = usage.has_value();
     json["plan"] = usage && usage->plan ? Json(*usage->plan) : Json(nullptr);
@@ -81,18 +93,32 @@ Json providerJson(const std::optional<UsageData>& usage, Instant now) {
         json["today"] =
             Json{{"messages", usage->today->messages}, {"tokens", usage->today->tokens}};
     }
+    if (usage && !extra.empty()) {
+        json["extra"] = extraWindowsJson(extra);
+    }
     return json;
 }
 
-std::string windowLine(const char* name, const UsageWindow& window, WindowKind kind, Instant now) {
-    std::string line = std::string("  ") + name + std::to_string(window.percent) + "%";
-    if (const std::string reset = resetText(window, kind, now); !reset.empty()) {
+// A window's line; one that the program does not know by name (no kind) has no pace, and its
+// reset label stays as it came.
+std::string windowLine(const std::string& name, const UsageWindow& window,
+                       std::optional<WindowKind> kind, Instant now) {
+    std::string line = "  " + name + std::to_string(window.percent) + "%";
+    const std::string reset = kind ? resetText(window, *kind, now) : window.resetLabel;
+    if (!reset.empty()) {
         line += "  " + reset;
     }
-    if (const std::string phrase = pacePhrase(window, kind, now); !phrase.empty()) {
+    if (const std::string phrase = kind ? pacePhrase(window, *kind, now) : std::string();
+        !phrase.empty()) {
         line += "  (" + phrase + ")";
     }
     return line + "\n";
+}
+
+// The name column is as wide as the longest named window's; a longer name takes what it needs.
+std::string nameColumn(const std::string& name) {
+    constexpr std::size_t width = 9;
+    return name + std::string(name.size() < width ? width - name.size() : 1, ' ');
 }
 
 std::string providerText(const Named& provider, Instant now) {
@@ -105,10 +131,13 @@ std::string providerText(const Named& provider, Instant now) {
         text += " (" + *usage.plan + ")";
     }
     text += "\n";
-    text += windowLine("5-hour   ", usage.fiveHour, WindowKind::fiveHour, now);
-    text += windowLine("weekly   ", usage.weekly, WindowKind::weekly, now);
+    text += windowLine(nameColumn("5-hour"), usage.fiveHour, WindowKind::fiveHour, now);
+    text += windowLine(nameColumn("weekly"), usage.weekly, WindowKind::weekly, now);
     if (usage.sonnet) {
-        text += windowLine("Sonnet   ", *usage.sonnet, WindowKind::weekly, now);
+        text += windowLine(nameColumn("Sonnet"), *usage.sonnet, WindowKind::weekly, now);
+    }
+    for (const auto& [key, window] : provider.extra) {
+        text += windowLine(nameColumn(readableWindowKey(key)), window, std::nullopt, now);
     }
     if (usage.today) {
         text += "  today    " + std::to_string(usage.today->messages) + " messages, " +
@@ -198,8 +227,8 @@ std::string statusText(const StatusFigures& figures, Instant now) {
     if (!figures.running) {
         return std::string(notRunning) + "\n";
     }
-    std::string text = providerText({"Claude Code", figures.claude}, now) +
-                       providerText({"Codex", figures.codex}, now);
+    std::string text = providerText({"Claude Code", figures.claude, figures.claudeExtra}, now) +
+                       providerText({"Codex", figures.codex, figures.codexExtra}, now);
     text += "Updated ";
     text += figures.lastUpdated ? relativeString(*figures.lastUpdated, now, identityTranslator())
                                 : std::string("Never");
@@ -213,8 +242,8 @@ Json statusDocument(const StatusFigures& figures, Instant now) {
     json["class"] = alertClass(figures);
     json["lastUpdated"] = instantJson(figures.lastUpdated);
     json["alertThresholds"] = figures.alertThresholds;
-    json["claude"] = providerJson(figures.claude, now);
-    json["codex"] = providerJson(figures.codex, now);
+    json["claude"] = providerJson(figures.claude, figures.claudeExtra, now);
+    json["codex"] = providerJson(figures.codex, figures.codexExtra, now);
     return json;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "model/extra_windows.h"
 #include "model/instant.h"
 #include "model/usage_data.h"
 
@@ -21,6 +22,9 @@ struct StatusFigures {
     std::string title;
     std::optional<UsageData> claude;
     std::optional<UsageData> codex;
+    // The windows each service's reply carried beyond the named ones.
+    ExtraWindows claudeExtra;
+    ExtraWindows codexExtra;
     std::optional<Instant> lastUpdated;
     std::set<std::int64_t> alertThresholds{50, 75, 90};
 
@@ -43,11 +47,13 @@ std::string alertClass(const StatusFigures& figures);
 // The higher five-hour percent of the connected providers within 0 to 100; 0 without figures.
 std::int64_t barPercentage(const StatusFigures& figures);
 
-// A block of lines for people: each provider's windows with their resets and pace, today's
-// activity, the context use and the time of the last update. Ends with a newline.
+// A block of lines for people: each provider's windows with their resets and pace (and, after
+// them, the windows its service added, by their keys made readable), today's activity, the
+// context use and the time of the last update. Ends with a newline.
 std::string statusText(const StatusFigures& figures, Instant now);
 
-// Every figure as one JSON document (see the README for its keys).
+// Every figure as one JSON document (see the README for its keys). A provider whose service
+// added windows has them in "extra", by the reply's keys.
 nlohmann::ordered_json statusDocument(const StatusFigures& figures, Instant now);
 
 // A custom module's line for waybar: "text" (the title text), "tooltip", "class",

@@ -33,6 +33,21 @@ Json windowSchema() {
     });
 }
 
+// Windows a service adds, by the reply's keys: optional, so that a document without them, and
+// a client that knows nothing of them, are as before.
+Json extraWindowsSchema() {
+    return Json{
+        {"type", "object"},
+        {"description", "windows the service's reply carried beyond the named ones, by its keys"},
+        {"additionalProperties",
+         Json{{"type", "object"},
+              {"properties", Json{{"percent", Json{{"type", "integer"}}},
+                                  {"resetsAt", nullable("string")},
+                                  {"resetLabel", Json{{"type", "string"}}}}},
+              {"required", Json::array({"percent", "resetsAt", "resetLabel"})}}},
+    };
+}
+
 Json providerSchema() {
     Json schema = nullableObject(Json{
         {"connected", Json{{"type", "boolean"}}},
@@ -49,6 +64,7 @@ Json providerSchema() {
                                       {"tokens", Json{{"type", "string"}}}})},
     });
     schema["type"] = "object";
+    schema["properties"]["extra"] = extraWindowsSchema();
     return schema;
 }
 

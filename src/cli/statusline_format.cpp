@@ -8,6 +8,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
 namespace quillon {
 namespace {
@@ -58,6 +59,32 @@ std::string providerText(const char* letter, const std::optional<UsageData>& usa
     }
     std::string text = windowText(letter, usage->fiveHour, WindowKind::fiveHour, true, now);
     text += separator + windowText("wk", usage->weekly, WindowKind::weekly, false, now);
+    return text;
+}
+
+// The windows the services added, after every other figure, each as "C seven_day_opus 12%". The
+// line is redrawn in a terminal's narrow status bar, so it stays short: at most three of them,
+// their keys cut to a width, and "+2" for those left out.
+std::string extraText(const StatusFigures& figures) {
+    constexpr std::size_t shown = 3;
+    constexpr std::size_t keyWidth = 20;
+    std::string text;
+    std::size_t count = 0;
+    for (const auto& [letter, extra] :
+         {std::pair{"C", &figures.claudeExtra}, std::pair{"X", &figures.codexExtra}}) {
+        for (const auto& [key, window] : *extra) {
+            if (++count > shown) {
+                continue;
+            }
+            const std::string name =
+                key.size() > keyWidth ? key.substr(0, keyWidth - 1) + "\xE2\x80\xA6" : key; // "…"
+            text +=
+                separator + std::string(letter) + " " + name + " " + percentText(window.percent);
+        }
+    }
+    if (count > shown) {
+        text += separator + std::string(dim) + "+" + std::to_string(count - shown) + reset;
+    }
     return text;
 }
 
@@ -123,7 +150,7 @@ std::string statusLine(const StatusFigures& figures, std::optional<std::int64_t>
     } else {
         line += providerText("X", figures.codex, now);
     }
-    return line + contextText(contextPercent);
+    return line + contextText(contextPercent) + extraText(figures);
 }
 
 std::string snapshotStatusLine(const std::optional<SharedUsageData>& snapshot,

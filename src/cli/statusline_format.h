@@ -21,6 +21,7 @@ std::optional<std::int64_t> sessionContextPercent(std::string_view statusInput);
 // One line for a terminal's status line, coloured with ANSI escapes by the panel's levels:
 //   "C 42% ↻2h05m · wk 63% · X 17% ↻4h10m · ctx 31%"
 // Each window whose pace reaches the limit before its reset gets "⚠ 100% in 1h20m" after it.
+// Windows a service added come last, by their keys: " · C seven_day_opus 12%".
 // Ends without a line end.
 std::string statusLine(const StatusFigures& figures, std::optional<std::int64_t> contextPercent,
                        Instant now);

@@ -2,6 +2,7 @@
 
 #include "model/numbers.h"
 #include "providers/cli_credentials.h"
+#include "providers/extra_window_search.h"
 #include "providers/json_fields.h"
 #include "providers/window_labels.h"
 
@@ -57,9 +58,16 @@ UsageData buildUsage(const Figures& figures, const ProviderEnvironment& env) {
     return usage;
 }
 
+std::optional<UsageWindow> readWindow(const json& value) {
+    if (!hasWindowShape(value, "utilization", "resets_at", ResetForm::text)) {
+        return std::nullopt;
+    }
+    return parseWindow(&value);
+}
+
 // Any JSON object gives figures here, an error body included: that reads as 0 % everywhere.
-std::optional<UsageData> fetchUsageViaOAuth(const std::string& token,
-                                            const ProviderEnvironment& env) {
+std::optional<FetchedUsage> fetchUsageViaOAuth(const std::string& token,
+                                               const ProviderEnvironment& env) {
     const HttpHeaders headers{
         {"Authorization", "Bearer " + token},
         {"Content-Type", "application/json"},
@@ -85,11 +93,11 @@ std::optional<UsageData> fetchUsageViaOAuth(const std::string& token,
     figures.plan = firstPresent(firstStringAt(&answer, {"plan_type", "plan", "tier"}),
                                 stringAt(objectAt(&answer, "subscription"), "plan"));
     figures.sonnet = objectAt(&answer, "seven_day_sonnet");
-    return buildUsage(figures, env);
+    return FetchedUsage(buildUsage(figures, env), extraWindows(answer));
 }
 
-std::optional<UsageData> fetchUsageViaCookies(const std::string& cookieHeader,
-                                              const ProviderEnvironment& env) {
+std::optional<FetchedUsage> fetchUsageViaCookies(const std::string& cookieHeader,
+                                                 const ProviderEnvironment& env) {
     const HttpHeaders headers{
         {"Cookie", cookieHeader},
         {"Content-Type", "application/json"},
@@ -125,7 +133,7 @@ std::optional<UsageData> fetchUsageViaCookies(const std::string& cookieHeader,
     figures.plan = firstPresent(firstStringAt(&organization, {"plan", "plan_type", "tier"}),
                                 stringAt(objectAt(&organization, "subscription"), "plan"));
     figures.sonnet = objectAt(&answer, "seven_day_sonnet");
-    return buildUsage(figures, env);
+    return FetchedUsage(buildUsage(figures, env), extraWindows(answer));
 }
 
 // The stored expiry is compared with seconds since 1970 as it stands, without guessing its
@@ -138,6 +146,16 @@ bool hasExpired(const CLICredentials& credentials, Instant now) {
 } // namespace
 
 std::optional<UsageData> fetchUsage(CredentialStore& authStore, const ProviderEnvironment& env) {
+    auto fetched = fetchUsageWithExtras(authStore, env);
+    return fetched ? std::optional(std::move(fetched->usage)) : std::nullopt;
+}
+
+ExtraWindows extraWindows(const json& answer) {
+    return findExtraWindows(answer, readWindow, {"five_hour", "seven_day", "seven_day_sonnet"});
+}
+
+std::optional<FetchedUsage> fetchUsageWithExtras(CredentialStore& authStore,
+                                                 const ProviderEnvironment& env) {
     try {
         const auto credentials = readCLICredentials({.securityTool = env.securityTool,
                                                      .userName = env.userName,

@@ -2,6 +2,7 @@
 
 #include "model/numbers.h"
 #include "providers/bounded_file.h"
+#include "providers/extra_window_search.h"
 #include "providers/json_fields.h"
 #include "providers/window_labels.h"
 
@@ -74,9 +75,16 @@ UsageWindow window(const json& data, bool countdown, Instant now) {
             countdown ? countdownLabel(resetsAt, now) : resetLabel(resetsAt)};
 }
 
-std::optional<UsageData> fetchUsageWithToken(const std::string& token,
-                                             const std::optional<std::string>& cookieHeader,
-                                             const ProviderEnvironment& env) {
+std::optional<UsageWindow> readWindow(const json& value) {
+    if (!hasWindowShape(value, "used_percent", "reset_at", ResetForm::seconds)) {
+        return std::nullopt;
+    }
+    return window(value, false, Instant{});
+}
+
+std::optional<FetchedUsage> fetchUsageWithToken(const std::string& token,
+                                                const std::optional<std::string>& cookieHeader,
+                                                const ProviderEnvironment& env) {
     HttpHeaders headers{
         {"Authorization", "Bearer " + token},
         {"Content-Type", "application/json"},
@@ -102,12 +110,23 @@ std::optional<UsageData> fetchUsageWithToken(const std::string& token,
     const Instant now = env.clock();
     usage.fiveHour = window(*primary, true, now);
     usage.weekly = window(*secondary, false, now);
-    return usage;
+    return FetchedUsage(std::move(usage), extraWindows(answer));
 }
 
 } // namespace
 
 std::optional<UsageData> fetchUsage(CredentialStore& authStore, const ProviderEnvironment& env) {
+    auto fetched = fetchUsageWithExtras(authStore, env);
+    return fetched ? std::optional(std::move(fetched->usage)) : std::nullopt;
+}
+
+ExtraWindows extraWindows(const json& answer) {
+    return findExtraWindows(answer, readWindow,
+                            {"rate_limit.primary_window", "rate_limit.secondary_window"});
+}
+
+std::optional<FetchedUsage> fetchUsageWithExtras(CredentialStore& authStore,
+                                                 const ProviderEnvironment& env) {
     try {
         if (const auto token = readCLIAccessToken(env.home)) {
             try {

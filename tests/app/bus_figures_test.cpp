@@ -27,6 +27,47 @@ TEST(BusFigures, EveryFigureComesBack) {
     EXPECT_EQ(usageFromBus(Provider::claude, usageToBus(everyFigure())), everyFigure());
 }
 
+TEST(BusFigures, WindowsAServiceAddedAreOneDictionaryByTheirKeys) {
+    const ExtraWindows extra{{"seven_day_opus", {12, resetsAt, "Thu 2:30 PM"}},
+                             {"weekly_other", {3, std::nullopt, ""}}};
+    const QVariantMap map = usageToBus(everyFigure(), extra);
+    const QVariantMap windows = map.value("Extra").toMap();
+    EXPECT_EQ(windows.keys(), (QStringList{"seven_day_opus", "weekly_other"}));
+    const QVariantMap opus = windows.value("seven_day_opus").toMap();
+    EXPECT_EQ(opus.value("Percent").metaType(), QMetaType::fromType<qlonglong>());
+    EXPECT_EQ(opus.value("Percent").toLongLong(), 12);
+    EXPECT_EQ(opus.value("ResetsAt").toLongLong(), 1'773'162'000);
+    EXPECT_EQ(opus.value("ResetLabel").toString(), "Thu 2:30 PM");
+    EXPECT_EQ(extraWindowsFromBus(map), extra);
+    // The named figures are as they were without the added windows.
+    EXPECT_EQ(usageFromBus(Provider::claude, map), everyFigure());
+    QVariantMap withoutExtra = map;
+    withoutExtra.remove("Extra");
+    EXPECT_EQ(withoutExtra, usageToBus(everyFigure()));
+    // None added, no key; and none for a provider that is not connected.
+    EXPECT_FALSE(usageToBus(everyFigure()).contains("Extra"));
+    EXPECT_EQ(usageToBus(std::nullopt, extra), (QVariantMap{{"Connected", false}}));
+}
+
+TEST(BusFigures, AddedWindowsThatAreNotOursAreLeftOut) {
+    QVariantMap windows{
+        {"fine", QVariantMap{{"Percent", qlonglong{5}}}},
+        {"not a key", QVariantMap{{"Percent", qlonglong{6}}}},
+        {"text", QStringLiteral("7%")},
+    };
+    for (int i = 0; i < 100; ++i) {
+        windows.insert(QStringLiteral("w%1").arg(100 + i), QVariantMap{});
+    }
+    const ExtraWindows extra = extraWindowsFromBus({{"Extra", windows}});
+    ASSERT_EQ(extra.size(), maxExtraWindows);
+    EXPECT_EQ(extra.front(), (ExtraWindow{"fine", {5, std::nullopt, ""}}));
+    for (const auto& window : extra) {
+        EXPECT_TRUE(isWindowKey(window.key));
+    }
+    EXPECT_TRUE(extraWindowsFromBus({{"Extra", QStringLiteral("none")}}).empty());
+    EXPECT_TRUE(extraWindowsFromBus({}).empty());
+}
+
 TEST(BusFigures, AbsentFiguresAreAbsentKeys) {
     UsageData usage;
     usage.provider = Provider::codex;

@@ -4,6 +4,7 @@
 #include "app/provider_fetches.h"
 #include "bus/quillon_bus.h"
 #include "cli/status_client.h"
+#include "providers/formatters.h"
 #include "support/memory_stores.h"
 #include "support/qt_wait.h"
 #include "usage_servers.h"
@@ -116,6 +117,26 @@ protected:
                                    SLOT(record(QDBusMessage))));
         // The match rule is in place once a round trip has been made after it.
         getAll();
+    }
+
+    // Listens from now on, once whatever the first refresh announced is behind us (a change of
+    // our own has come).
+    void listenFromNowOn() {
+        listen();
+        fence(true);
+        recorder.messages.clear();
+    }
+
+    // Refreshes, waits for the first announcement after it and gives what it carried.
+    QVariantMap refreshAndFirstAnnouncement() {
+        const auto before = state->lastUpdated();
+        state->refreshAll();
+        waitForRefresh(before);
+        if (!test::waitUntil([&] { return !changes().empty(); }, 20000)) {
+            ADD_FAILURE() << "no announcement";
+            return {};
+        }
+        return StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
     }
 
     // Turns the 60 % threshold on or off and waits for its announcement. Signals from one
@@ -232,6 +253,51 @@ TEST_F(QuillonBusTest, PropertiesCarryTheFiguresAsTypedValues) {
     EXPECT_EQ(usageFromBus(Provider::codex, all.value("Codex").toMap()), expectedCodex);
 }
 
+TEST_F(QuillonBusTest, WindowsTheServicesAddAreCarriedByTheirKeys) {
+    servers.addWindows();
+    start();
+    const QVariantMap all = properties();
+    const QVariantMap claude = all.value("Claude").toMap();
+    const QVariantMap opus = claude.value("Extra").toMap().value("seven_day_opus_max").toMap();
+    EXPECT_EQ(opus.value("Percent").metaType(), QMetaType::fromType<qlonglong>());
+    EXPECT_EQ(opus.value("Percent").toLongLong(), 12);
+    const Instant opusResets = servers.started + std::chrono::hours(50);
+    EXPECT_EQ(opus.value("ResetsAt").toLongLong(), instantToBus(opusResets));
+    EXPECT_EQ(opus.value("ResetLabel").toString().toStdString(),
+              Formatters::displayDate(*instantFromBus(instantToBus(opusResets))));
+    // The state's windows come back from the bus, reset instants to the second.
+    ExtraWindows expectedExtra = state->claudeExtraWindows();
+    for (auto& extra : expectedExtra) {
+        extra.window.resetsAt = instantFromBus(instantToBus(extra.window.resetsAt));
+    }
+    EXPECT_EQ(extraWindowsFromBus(claude), expectedExtra);
+    const QVariantMap codexExtra = all.value("Codex").toMap().value("Extra").toMap();
+    EXPECT_EQ(codexExtra.keys(), QStringList{"rate_limit.tertiary_window"});
+    EXPECT_EQ(codexExtra.value("rate_limit.tertiary_window"),
+              (QVariantMap{{"Percent", qlonglong{4}}, {"ResetLabel", QString()}}));
+
+    // The named figures, the title and the records are what they are without the added windows.
+    EXPECT_EQ(all.value("Title").toString(), " C:42% X:17%");
+    EXPECT_EQ(state->claudeUsage()->sonnet, std::nullopt);
+    EXPECT_EQ(state->claudeUsage()->weekly, (UsageWindow{7, std::nullopt, ""}));
+    auto expectedClaude = *state->claudeUsage();
+    expectedClaude.fiveHour.resetsAt =
+        instantFromBus(instantToBus(expectedClaude.fiveHour.resetsAt));
+    EXPECT_EQ(usageFromBus(Provider::claude, claude), expectedClaude);
+}
+
+TEST_F(QuillonBusTest, AWindowAddedLaterIsAnnounced) {
+    start();
+    EXPECT_FALSE(properties().value("Claude").toMap().contains("Extra"));
+    listenFromNowOn();
+    servers.addWindows();
+    const QVariantMap announced = refreshAndFirstAnnouncement();
+    ASSERT_FALSE(changes().empty());
+    EXPECT_EQ(changes()[0], "Claude,Codex,LastUpdated");
+    EXPECT_TRUE(
+        announced.value("Claude").toMap().value("Extra").toMap().contains("seven_day_opus_max"));
+}
+
 TEST_F(QuillonBusTest, AProviderWithoutFiguresIsNotConnected) {
     services.fetchCodex = nullptr;
     start();
@@ -242,20 +308,13 @@ TEST_F(QuillonBusTest, AProviderWithoutFiguresIsNotConnected) {
 
 TEST_F(QuillonBusTest, PropertiesChangedOnEveryChangeAndNotOtherwise) {
     start();
-    listen();
-    // Whatever the first refresh announced is behind us once a change of our own has come.
-    fence(true);
-    recorder.messages.clear();
+    listenFromNowOn();
 
     // New figures for Claude only: one signal naming what changed with them.
     servers.setFigures(55, 17);
-    const auto first = state->lastUpdated();
-    state->refreshAll();
-    waitForRefresh(first);
-    ASSERT_TRUE(test::waitUntil([&] { return !changes().empty(); }, 20000));
+    const QVariantMap announced = refreshAndFirstAnnouncement();
+    ASSERT_FALSE(changes().empty());
     EXPECT_EQ(changes()[0], "Claude,LastUpdated,Title");
-    const QVariantMap announced =
-        StatusClient::plainValue(recorder.messages[0].arguments().value(1)).toMap();
     EXPECT_EQ(announced.value("Title").toString(), " C:55% X:17%");
     EXPECT_EQ(announced.value("Claude").toMap().value("FiveHour").toMap().value("Percent"), 55);
 

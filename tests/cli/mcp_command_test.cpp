@@ -44,6 +44,12 @@ TEST_F(McpCommandTest, TheSdkClientReadsTheRunningQuillon) {
     runSdkClient(QStringLiteral("running"));
 }
 
+TEST_F(McpCommandTest, TheSdkClientReadsTheWindowsTheServicesAdd) {
+    servers.addWindows();
+    startApp();
+    runSdkClient(QStringLiteral("added"));
+}
+
 TEST_F(McpCommandTest, TheSdkClientWithoutQuillon) {
     runSdkClient(QStringLiteral("stopped"));
 }

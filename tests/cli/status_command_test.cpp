@@ -10,6 +10,7 @@
 namespace quillon {
 namespace {
 
+using namespace std::chrono_literals;
 using Json = nlohmann::json;
 using ::testing::HasSubstr;
 
@@ -87,6 +88,30 @@ TEST_F(StatusCommandTest, PrintsTheRunningApplicationsFiguresInEachFormat) {
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_THAT(text.out, HasSubstr("  5-hour   42%  Resets in 1h 59m  (at this pace 70% by the "
                                     "reset)\n"));
+}
+
+TEST_F(StatusCommandTest, WindowsTheServicesAddFollowTheNamedOnes) {
+    servers.addWindows();
+    startApp();
+    const auto opusResets = std::chrono::floor<std::chrono::seconds>(servers.started + 50h);
+    const Outcome text = run({"status"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_THAT(text.out, HasSubstr("  weekly   7%\n  Seven day opus max 12%  " +
+                                    Formatters::displayDate(opusResets) + "\n"));
+    EXPECT_THAT(text.out, HasSubstr("  weekly   60%\n  Rate limit tertiary window 4%\n"));
+
+    const Json doc = Json::parse(run({"status", "--format", "json"}).out);
+    EXPECT_EQ(doc.at("claude").at("extra"),
+              (Json{{"seven_day_opus_max",
+                     {{"percent", 12},
+                      {"resetsAt", Formatters::formatIso8601(opusResets)},
+                      {"resetLabel", Formatters::displayDate(opusResets)}}}}));
+    EXPECT_EQ(doc.at("codex").at("extra").at("rate_limit.tertiary_window").at("percent"), 4);
+    // The named windows and the title are what they are without the added ones.
+    EXPECT_EQ(doc.at("title"), " C:42% X:17%");
+    EXPECT_EQ(doc.at("claude").at("weekly").at("percent"), 7);
+    EXPECT_TRUE(doc.at("claude").at("sonnet").is_null());
+    EXPECT_EQ(Json::parse(run({"status", "--format", "waybar"}).out).at("text"), " C:42% X:17%");
 }
 
 TEST_F(StatusCommandTest, WatchPrintsOneLinePerChangeAndResumesAfterARestart) {

@@ -199,6 +199,41 @@ TEST_F(StatusFormatsTest, TextNamesEachWindowWithItsResetAndPace) {
     EXPECT_EQ(statusText(StatusFigures::notRunning(), now), "Quillon is not running\n");
 }
 
+TEST_F(StatusFormatsTest, WindowsAServiceAddedFollowTheNamedOnesByTheirKeys) {
+    auto all = figures(30, 10);
+    all.claude->sonnet = UsageWindow{5, std::nullopt, ""};
+    const Instant resets = now + 48h;
+    all.claudeExtra = {{"seven_day_opus_max", {12, resets, "Thu 2:30 PM"}},
+                       {"weekly", {3, std::nullopt, ""}}};
+    all.codexExtra = {{"rate_limit.tertiary_window", {4, std::nullopt, ""}}};
+    const std::string text = statusText(all, now);
+    EXPECT_THAT(text, HasSubstr("  Sonnet   5%\n"
+                                "  Seven day opus max 12%  Thu 2:30 PM\n"
+                                "  Weekly   3%\n"));
+    EXPECT_THAT(text, HasSubstr("  weekly   20%\n"
+                                "  Rate limit tertiary window 4%\n"
+                                "Updated"));
+
+    const Json doc = parsed(statusDocument(all, now));
+    EXPECT_EQ(doc.at("claude").at("extra"),
+              (Json{{"seven_day_opus_max",
+                     {{"percent", 12},
+                      {"resetsAt", "2026-03-12T14:30:00.000Z"},
+                      {"resetLabel", "Thu 2:30 PM"}}},
+                    {"weekly", {{"percent", 3}, {"resetsAt", nullptr}, {"resetLabel", ""}}}}));
+    EXPECT_EQ(doc.at("codex").at("extra").at("rate_limit.tertiary_window").at("percent"), 4);
+    // The named windows are as they were.
+    EXPECT_EQ(doc.at("claude").at("weekly").at("percent"), 20);
+    EXPECT_EQ(doc.at("claude").at("sonnet").at("percent"), 5);
+    EXPECT_EQ(doc.at("title"), " C:60% X:10%");
+}
+
+TEST_F(StatusFormatsTest, WithoutAddedWindowsThereIsNoExtraKey) {
+    const Json doc = parsed(statusDocument(figures(30, 10), now));
+    EXPECT_FALSE(doc.at("claude").contains("extra"));
+    EXPECT_FALSE(doc.at("codex").contains("extra"));
+}
+
 TEST_F(StatusFormatsTest, TextWithoutAnUpdateSaysNever) {
     auto none = figures(std::nullopt, std::nullopt);
     none.lastUpdated.reset();

@@ -58,6 +58,18 @@ TEST_F(StatusLineCommandTest, ShowsTheRunningQuillonsFiguresAndTheSessionsContex
     EXPECT_NE(result.out.find("\x1b[38;2;58;209;99m42%"), std::string::npos);
 }
 
+TEST_F(StatusLineCommandTest, WindowsTheServicesAddComeLast) {
+    servers.addWindows();
+    startApp();
+    const Outcome result = run({"statusline"}, documentedInput());
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(plain(result.out),
+                MatchesRegex("C 42% \xE2\x86\xBB"
+                             "1h5[0-9]m \xC2\xB7 wk 7% \xC2\xB7 X 17% \xE2\x86\xBB"
+                             "1h5[0-9]m \xC2\xB7 ctx 8% \xC2\xB7 C seven_day_opus_max 12% "
+                             "\xC2\xB7 X rate_limit.tertiary\xE2\x80\xA6 4%\n"));
+}
+
 TEST_F(StatusLineCommandTest, WarnsWhenThePaceReachesTheLimitBeforeTheReset) {
     // At 80 % with three of five hours gone, 100 % comes some 45 minutes from now.
     servers.setFigures(80, 17);

@@ -50,6 +50,25 @@ TEST(StatusLineTest, AddsTheSessionsContextUse) {
     EXPECT_THAT(plain(statusLine(figures(42, 17), 31, now)), EndsWith("1h10m \xC2\xB7 ctx 31%"));
 }
 
+TEST(StatusLineTest, WindowsAServiceAddedComeLastByTheirKeys) {
+    auto all = figures(42, 17);
+    all.claudeExtra = {{"seven_day_opus", window(12, 24h)}};
+    all.codexExtra = {{"rate_limit.tertiary_window", window(95, 24h)}};
+    const std::string line = statusLine(all, 31, now);
+    EXPECT_THAT(plain(line), EndsWith("ctx 31% \xC2\xB7 C seven_day_opus 12% \xC2\xB7 "
+                                      "X rate_limit.tertiary\xE2\x80\xA6 95%"));
+    EXPECT_NE(line.find("\x1b[38;2;255;85;74m95%"), std::string::npos); // red, as any figure
+}
+
+TEST(StatusLineTest, OnlyAFewAddedWindowsTakeRoomOnTheLine) {
+    auto all = figures(42, 17);
+    for (const char* key : {"a", "b", "c", "d", "e"}) {
+        all.claudeExtra.push_back({key, window(1, 24h)});
+    }
+    EXPECT_THAT(plain(statusLine(all, std::nullopt, now)),
+                EndsWith("1h10m \xC2\xB7 C a 1% \xC2\xB7 C b 1% \xC2\xB7 C c 1% \xC2\xB7 +2"));
+}
+
 TEST(StatusLineTest, ColoursEachPercentByThePanelsLevels) {
     const std::string line = statusLine(figures(42, 95), 80, now);
     EXPECT_NE(line.find("\x1b[38;2;58;209;99m42%"), std::string::npos);  // green

@@ -1,7 +1,9 @@
 // `quillon mcp` driven by the official MCP TypeScript SDK's client, as agents drive it:
-//   node mcp_client_test.mjs QUILLON_BINARY running|stopped
-// "running" expects the test's stand-in for Quillon on the session bus (42 % and 17 %), "stopped"
-// expects none. Every check throws on failure, which ends the script with status 1.
+//   node mcp_client_test.mjs QUILLON_BINARY running|added|stopped
+// "running" expects the test's stand-in for Quillon on the session bus (42 % and 17 %), "added"
+// the same with the windows the test services add (Claude's "seven_day_opus_max" at 12 %,
+// Codex's "rate_limit.tertiary_window" at 4 %), "stopped" expects none. Every check throws on
+// failure, which ends the script with status 1.
 import { Client } from '@modelcontextprotocol/sdk/client/index.js';
 import { StdioClientTransport } from '@modelcontextprotocol/sdk/client/stdio.js';
 import { ErrorCode, LATEST_PROTOCOL_VERSION, McpError } from '@modelcontextprotocol/sdk/types.js';
@@ -12,7 +14,8 @@ import { spawn } from 'node:child_process';
 import { createInterface } from 'node:readline';
 
 const [binary, mode] = process.argv.slice(2);
-assert.ok(binary && ['running', 'stopped'].includes(mode), 'usage: QUILLON_BINARY running|stopped');
+assert.ok(binary && ['running', 'added', 'stopped'].includes(mode),
+          'usage: QUILLON_BINARY running|added|stopped');
 
 async function connect() {
     const client = new Client({ name: 'quillon-tests', version: '1.0.0' });
@@ -63,8 +66,27 @@ function checkStructured(name, result) {
     return result.structuredContent;
 }
 
-if (mode === 'running') {
+if (mode === 'added') {
+    // The SDK checks the structured content against the declared schema itself, and so does
+    // checkStructured.
+    for (const name of ['get_usage', 'refresh_usage']) {
+        const result = await client.callTool({ name });
+        const usage = checkStructured(name, result);
+        assert.equal(usage.claude.extra.seven_day_opus_max.percent, 12);
+        assert.match(usage.claude.extra.seven_day_opus_max.resetsAt, /^\d{4}-\d\d-\d\dT/);
+        assert.deepEqual(usage.codex.extra, {
+            'rate_limit.tertiary_window': { percent: 4, resetsAt: null, resetLabel: '' } });
+        assert.match(result.content[0].text, /\n {2}Seven day opus max 12%/);
+        assert.match(result.content[0].text, /\n {2}Rate limit tertiary window 4%\n/);
+        // The named windows are as they are without the added ones.
+        assert.equal(usage.claude.fiveHour.percent, 42);
+        assert.equal(usage.claude.weekly.percent, 7);
+        assert.equal(usage.claude.sonnet, null);
+        assert.equal(usage.codex.weekly.percent, 60);
+    }
+} else if (mode === 'running') {
     const usage = checkStructured('get_usage', await client.callTool({ name: 'get_usage' }));
+    assert.equal(usage.claude.extra, undefined);
     assert.equal(usage.source, 'quillon');
     assert.equal(usage.claude.fiveHour.percent, 42);
     assert.equal(usage.codex.fiveHour.percent, 17);

@@ -27,6 +27,15 @@ TEST(NumbersDeathTest, ValueBeyondSixtyFourBitsIsFatal) {
     EXPECT_DEATH(roundToInt64(-1e19), "fatal");
 }
 
+TEST(Numbers, TheTryingRoundingGivesNothingWhereTheOtherStops) {
+    EXPECT_EQ(tryRoundToInt64(42.5), 43);
+    EXPECT_EQ(tryRoundToInt64(-0.5), -1);
+    EXPECT_EQ(tryRoundToInt64(1e19), std::nullopt);
+    EXPECT_EQ(tryRoundToInt64(-1e19), std::nullopt);
+    EXPECT_EQ(tryRoundToInt64(std::numeric_limits<double>::quiet_NaN()), std::nullopt);
+    EXPECT_EQ(tryRoundToInt64(-std::numeric_limits<double>::infinity()), std::nullopt);
+}
+
 TEST(Numbers, CheckedAdditionAndSubtraction) {
     EXPECT_EQ(checkedAdd(40, 2), 42);
     EXPECT_EQ(checkedSubtract(200000, 150000), 50000);
