@@ -29,6 +29,8 @@ gnome=(gnome-shell gnome-shell-extension-appindicator xwayland dconf-gsettings-b
     python3-gi iproute2)
 gnome_appindicator=("${gnome[@]}")
 gnome_appindicator_only=("${gnome[@]}")
+# The sway hosts' Wayland-native click probe: GTK 3, through its introspection, on Wayland.
+wayland_probe=(python3-gi gir1.2-gtk-3.0)
 # sway with waybar's tray, XWayland for the X11 clients, grim for screenshots, wtype for keys,
 # setpriv and useradd to run it as a user of its own (sway refuses root).
 sway=(sway swaybg waybar xwayland grim wtype iproute2 util-linux passwd)
@@ -41,9 +43,13 @@ if [ "$(. /etc/os-release && echo "${VERSION_ID%%.*}")" -ge 13 ] 2>/dev/null; th
         iproute2 util-linux passwd)
 fi
 # ---- end of Wayland hosts ----
+sway+=("${wayland_probe[@]}")
+# sway with waybar at the bottom of the screen.
+sway_bottom=("${sway[@]}")
 
 hosts=("$@")
 [ ${#hosts[@]} -gt 0 ] || hosts=(gnome gnome-appindicator gnome-appindicator-only plasma xfce mate mate-indicator sway tint2 cinnamon lxqt)
+[ "$#" -gt 0 ] || hosts+=(sway-bottom)
 packages=("${common[@]}")
 for host in "${hosts[@]}"; do
     declare -n host_packages="${host//-/_}"

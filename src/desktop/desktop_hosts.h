@@ -45,6 +45,12 @@ struct DesktopHost {
     // side, in which the panel floats, and Plasma's shell leaves free the screen less that whole
     // window: the panel's visible edge lies 8 px beyond the free area's.
     int barDrawnInside = 0;
+    // Whether a click on the transparent margin around the panel, where its shadow is drawn,
+    // reaches what lies under it. The margin takes no input on X11 (its input shape leaves it
+    // out), but under XWayland that shape must reach the compositor too, which it does not with
+    // sway 1.7: a click there meant for one of its Wayland windows or its bar would go to the
+    // panel. Where it does not, the panel has no margin and no shadow.
+    bool shadowPassesClicks = true;
 };
 
 // The facts a host is recognised by.

@@ -26,6 +26,7 @@ constexpr std::string_view magic = "i3-ipc";
 constexpr std::uint32_t getWorkspaces = 1;
 constexpr std::uint32_t subscribe = 2;
 constexpr std::uint32_t getVersion = 7;
+constexpr std::uint32_t getSeats = 101;
 // Events carry this bit in their type; the window events are event 3.
 constexpr std::uint32_t windowEvent = 0x80000003U;
 // Far more than any real answer to the two questions asked here.
@@ -199,13 +200,32 @@ QList<QRect> workAreas(const QString& socket) {
     return areas;
 }
 
+std::optional<std::vector<std::int64_t>> seatFocus(const QString& socket) {
+    const auto reply = ask(socket, getSeats);
+    if (!reply || !reply->is_array()) {
+        return std::nullopt;
+    }
+    std::vector<std::int64_t> focus;
+    for (const auto& seat : *reply) {
+        const auto node = seat.is_object() ? seat.find("focus") : seat.end();
+        if (!seat.is_object() || node == seat.end() || !node->is_number_integer()) {
+            return std::nullopt;
+        }
+        focus.push_back(node->get<std::int64_t>());
+    }
+    return focus;
+}
+
 struct FocusWatch::Connection {
     explicit Connection(int fd) : socket(fd), notifier(fd, QSocketNotifier::Read) {}
     Socket socket;
     QSocketNotifier notifier;
 };
 
-FocusWatch::FocusWatch(QObject* parent) : QObject(parent) {}
+FocusWatch::FocusWatch(QObject* parent) : QObject(parent), poll_(new QTimer(this)) {
+    poll_->setInterval(focusPollMs);
+    connect(poll_, &QTimer::timeout, this, &FocusWatch::pollFocus);
+}
 
 FocusWatch::~FocusWatch() = default;
 
@@ -232,12 +252,29 @@ bool FocusWatch::start(const QString& socket) {
     connection->notifier.setEnabled(true);
     connection_ = std::move(connection);
     pending_.clear();
+    socket_ = socket;
+    focusAtStart_ = seatFocus(socket);
+    if (focusAtStart_) {
+        poll_->start();
+    }
     return true;
 }
 
 void FocusWatch::stop() {
     connection_.reset();
     pending_.clear();
+    poll_->stop();
+    focusAtStart_.reset();
+}
+
+void FocusWatch::pollFocus() {
+    const auto focus = seatFocus(socket_);
+    // No answer is no news: sway may be busy, or gone, which the event socket tells.
+    if (!focus || !focusAtStart_ || *focus == *focusAtStart_) {
+        return;
+    }
+    focusAtStart_ = focus;
+    emit focusMoved();
 }
 
 bool FocusWatch::isListening() const {

@@ -4,10 +4,13 @@
 #include <QObject>
 #include <QRect>
 #include <QString>
+#include <QTimer>
 
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quillon::sway {
 
@@ -27,9 +30,15 @@ std::optional<int> version(const QString& socket = socketPath());
 // the X11 root window under XWayland): each output less the bars that reserve room on it.
 QList<QRect> workAreas(const QString& socket = socketPath());
 
+// What each seat has focused: the ids of sway's nodes (a window, or a workspace after a click on
+// its empty area), seat by seat; nothing where sway does not answer.
+std::optional<std::vector<std::int64_t>> seatFocus(const QString& socket = socketPath());
+
 // Tells when sway gives the keyboard focus to another window, its own Wayland windows included,
 // which an X11 client never hears of: a click on such a window focuses it. Listens on a socket
-// of its own (sway's window events) while started.
+// of its own (sway's window events) while started. A click on the desktop moves sway's focus to
+// the workspace without any event, so while started it also asks sway what each seat has focused,
+// every focusPollMs, and tells when that changed.
 class FocusWatch : public QObject {
     Q_OBJECT
 
@@ -48,12 +57,18 @@ signals:
     void focusMoved();
 
 private:
+    static constexpr int focusPollMs = 100;
+
     void readEvents();
     void giveUp();
+    void pollFocus();
 
     struct Connection;
     std::unique_ptr<Connection> connection_;
     std::string pending_;
+    QString socket_;
+    QTimer* poll_ = nullptr;
+    std::optional<std::vector<std::int64_t>> focusAtStart_;
 };
 
 } // namespace quillon::sway

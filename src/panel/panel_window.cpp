@@ -179,7 +179,9 @@ void PanelWindow::showPlaced(QRect panel) {
     ensureWindow();
     // Without a compositor transparent pixels show black: the window is then the panel alone,
     // its corners cut by a shape. A compositor may start or stop at any time, so ask each time.
-    const int margin = x11::compositorRunning() ? shadowMargin : 0;
+    // Where the margin would take clicks meant for what lies under it, there is none either.
+    const int margin =
+        x11::compositorRunning() && sessionHost().shadowPassesClicks ? shadowMargin : 0;
     applyMargin(margin);
     // The display's window manager too may change (XWayland's starts with the display).
     applyManagement(x11::windowManagerIgnoresPositions());

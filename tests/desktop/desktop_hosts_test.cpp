@@ -41,6 +41,13 @@ TEST(DesktopHostsTest, SwayFromOneTenPassesScreenPointsAndEarlierOnesDoNot) {
               ActivatePoint::relativeToItem);
 }
 
+TEST(DesktopHostsTest, OnlyTheOlderSwayKeepsThePanelWithoutAShadowMargin) {
+    EXPECT_FALSE(desktopHost(facts(QStringLiteral("sway"), true, 107)).shadowPassesClicks);
+    EXPECT_TRUE(desktopHost(facts(QStringLiteral("sway"), true, 110)).shadowPassesClicks);
+    EXPECT_TRUE(desktopHost(facts(QStringLiteral("XFCE"), false)).shadowPassesClicks);
+    EXPECT_TRUE(desktopHost(facts(QStringLiteral("KDE"), true, 6)).shadowPassesClicks);
+}
+
 TEST(DesktopHostsTest, GnomeLooksForTheItemInTheShell) {
     const HostFacts gnome = facts(QStringLiteral("ubuntu:GNOME"), true);
     const DesktopHost& host = desktopHost(gnome);

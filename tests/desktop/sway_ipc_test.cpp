@@ -4,11 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -21,6 +23,17 @@
 
 namespace quillon {
 namespace {
+
+// A Unix socket listening at `path`, as sway's is.
+int listenAt(const std::string& path, int backlog) {
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    std::memcpy(address.sun_path, path.c_str(), path.size());
+    EXPECT_EQ(::bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(::listen(listener, backlog), 0);
+    return listener;
+}
 
 // A sway IPC socket in a folder of its own that answers one request with `reply`, framed as
 // sway frames it (with `replyType`, else the request's own type), or, with `silent`, reads the
@@ -43,13 +56,7 @@ public:
 
     explicit FakeSway(Answer answer) : answer_(std::move(answer)) {
         path_ = (folder_.path() / "sway-ipc.sock").string();
-        listener_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, path_.c_str(), path_.size());
-        EXPECT_EQ(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-                  0);
-        EXPECT_EQ(::listen(listener_, 1), 0);
+        listener_ = listenAt(path_, 1);
         thread_ = std::thread([this] { serve(); });
     }
     ~FakeSway() {
@@ -115,6 +122,85 @@ private:
     Answer answer_;
     int listener_ = -1;
     std::uint32_t requestedType_ = 0;
+    std::thread thread_;
+};
+
+// A sway IPC socket that takes any number of connections, as sway does: a subscription is
+// granted and its connection kept open; GET_SEATS is answered with `focus` as it stands then.
+class SeatSway {
+public:
+    SeatSway() {
+        path_ = (folder_.path() / "sway-ipc.sock").string();
+        listener_ = listenAt(path_, 8);
+        thread_ = std::thread([this] { serve(); });
+    }
+    ~SeatSway() {
+        stopping_ = true;
+        thread_.join();
+        for (const int fd : kept_) {
+            ::close(fd);
+        }
+        ::close(listener_);
+    }
+    SeatSway(const SeatSway&) = delete;
+    SeatSway& operator=(const SeatSway&) = delete;
+
+    QString path() const { return QString::fromStdString(path_); }
+    void setFocus(int id) { focus_ = id; }
+    int seatQuestions() const { return seatQuestions_; }
+
+private:
+    void serve() {
+        while (!stopping_) {
+            pollfd waiting{.fd = listener_, .events = POLLIN, .revents = 0};
+            if (::poll(&waiting, 1, 20) <= 0) {
+                continue;
+            }
+            const int client = ::accept(listener_, nullptr, nullptr);
+            if (client < 0) {
+                continue;
+            }
+            std::array<char, 14> header{};
+            if (::recv(client, header.data(), header.size(), MSG_WAITALL) != 14) {
+                ::close(client);
+                continue;
+            }
+            std::uint32_t length = 0;
+            std::uint32_t type = 0;
+            std::memcpy(&length, header.data() + 6, 4);
+            std::memcpy(&type, header.data() + 10, 4);
+            std::string payload(length, '\0');
+            if (length > 0) {
+                (void)::recv(client, payload.data(), length, MSG_WAITALL);
+            }
+            std::string reply;
+            if (type == 101U) {
+                ++seatQuestions_;
+                reply = R"([{"name": "seat0", "focus": )" + std::to_string(focus_.load()) + "}]";
+            } else {
+                reply = R"({"success": true})";
+            }
+            const auto replyLength = static_cast<std::uint32_t>(reply.size());
+            std::string frame = "i3-ipc";
+            frame.append(reinterpret_cast<const char*>(&replyLength), 4);
+            frame.append(reinterpret_cast<const char*>(&type), 4);
+            frame += reply;
+            (void)::send(client, frame.data(), frame.size(), MSG_NOSIGNAL);
+            if (type == 101U) {
+                ::close(client);
+            } else {
+                kept_.push_back(client);
+            }
+        }
+    }
+
+    test::TempDir folder_;
+    std::string path_;
+    int listener_ = -1;
+    std::atomic<int> focus_{5};
+    std::atomic<int> seatQuestions_{0};
+    std::atomic<bool> stopping_{false};
+    std::vector<int> kept_;
     std::thread thread_;
 };
 
@@ -184,6 +270,21 @@ TEST(SwayIpcTest, ASocketThatNeverAnswersGivesNothing) {
     EXPECT_FALSE(sway::version(sway.path()));
 }
 
+TEST(SwayIpcTest, SeatFocusNamesEachSeatsFocusedNode) {
+    FakeSway sway({.reply = R"([{"name": "seat0", "focus": 12}, {"name": "seat1", "focus": 4}])"});
+    EXPECT_EQ(sway::seatFocus(sway.path()), (std::vector<std::int64_t>{12, 4}));
+    EXPECT_EQ(sway.requestedType(), 101U);
+}
+
+TEST(SwayIpcTest, SeatFocusOfAMalformedAnswerIsNothing) {
+    for (const char* reply :
+         {R"({"focus": 1})", R"([{"name": "seat0"}])", R"([{"focus": "12"}])", R"([7])", "[{"}) {
+        FakeSway sway({.reply = reply});
+        EXPECT_FALSE(sway::seatFocus(sway.path())) << reply;
+    }
+    EXPECT_FALSE(sway::seatFocus(QString()));
+}
+
 TEST(SwayFocusWatchTest, AFocusEventTellsAndOtherWindowEventsDoNot) {
     FakeSway sway({.reply = R"({"success": true})",
                    .events = {R"({"change": "new"})", R"({"change": "focus", "container": {}})",
@@ -198,6 +299,28 @@ TEST(SwayFocusWatchTest, AFocusEventTellsAndOtherWindowEventsDoNot) {
     EXPECT_EQ(moved.count(), 1);
     watch.stop();
     EXPECT_FALSE(watch.isListening());
+}
+
+TEST(SwayFocusWatchTest, AMoveOfASeatsFocusWithoutAnyEventTells) {
+    SeatSway sway;
+    sway::FocusWatch watch;
+    QSignalSpy moved(&watch, &sway::FocusWatch::focusMoved);
+    ASSERT_TRUE(watch.start(sway.path()));
+    // The same focus, asked again and again, is no move.
+    ASSERT_TRUE(test::waitUntil([&] { return sway.seatQuestions() >= 4; }));
+    EXPECT_EQ(moved.count(), 0);
+    // A click on the desktop: the workspace has the focus now.
+    sway.setFocus(9);
+    ASSERT_TRUE(test::waitUntil([&] { return moved.count() >= 1; }));
+    const int asked = sway.seatQuestions();
+    ASSERT_TRUE(test::waitUntil([&] { return sway.seatQuestions() >= asked + 3; }));
+    EXPECT_EQ(moved.count(), 1);
+    // Stopped, it asks no more.
+    watch.stop();
+    test::spin(50);
+    const int atStop = sway.seatQuestions();
+    test::spin(300);
+    EXPECT_EQ(sway.seatQuestions(), atStop);
 }
 
 TEST(SwayFocusWatchTest, ARefusedSubscriptionOrNoSwayIsNoWatch) {

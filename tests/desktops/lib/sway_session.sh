@@ -90,8 +90,19 @@ panel_frame() {
 probe_frame() { tree_rect name "click probe" 1; }
 move_probe() { swaymsg -q "[title=\"^click probe$\"] move absolute position $1 $2"; }
 
+# waybar runs each custom module in a process group of its own, which outlives waybar and the
+# session's bus (`quillon status --watch` waits for Quillon through its restarts): they are
+# ended by their pids first, then the session's processes.
+end_bar_modules() {
+    local module
+    [ -n "${pid_waybar:-}" ] || return 0
+    for module in $(ps -o pid= --ppid "$pid_waybar" 2>/dev/null); do
+        kill $(ps -o pid= --ppid "$module" 2>/dev/null) "$module" 2>/dev/null || true
+    done
+}
+
 sway_start() {
-    trap host_cleanup EXIT
+    trap 'end_bar_modules; host_cleanup' EXIT
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)
@@ -100,6 +111,7 @@ sway_start() {
 output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #5b7fa3 solid_color
 xwayland enable
 for_window [title="^click probe$"] floating enable, resize set 240 160, move absolute position 40 $((SCREEN_H - 220))
+for_window [title="^wayland probe$"] floating enable, resize set 200 120, move absolute position 60 330
 CONFIG
     spawn sway sway --config "$XDG_CONFIG_HOME/sway/config"
     wait_until 20 sway_socket || { fail "item visible" "sway did not start (see sway.log)"; return 1; }
@@ -108,14 +120,14 @@ CONFIG
     spawn seat /usr/bin/python3 "$DESKTOP_LIB/sway_seat.py"
     wait_until 5 grep -qx ready "$DESKTOP_OUT/seat.log" ||
         { fail "item visible" "no virtual pointer and keyboard (see seat.log)"; return 1; }
-    spawn waybar waybar --config "$DESKTOP_LIB/waybar-config.json"
+    spawn waybar waybar --config "${WAYBAR_CONFIG:-$DESKTOP_LIB/waybar-config.json}"
     wait_until 20 waybar_ready || { fail "item visible" "waybar did not start (see waybar.log)"; return 1; }
     ready=$(ms_now)
     # XWayland starts with the first X11 client; sway tells its clients the display.
     export DISPLAY
     DISPLAY=$(tr '\0' '\n' </proc/"$pid_sway"/environ | sed -n 's/^DISPLAY=//p')
     [ -n "$DISPLAY" ] || DISPLAY=:0
-    BAR_SIDE=top
+    BAR_SIDE=${SWAY_BAR_SIDE:-top}
     read -r BAR_X BAR_Y BAR_W BAR_H < <(bar_rect)
     echo "sway and waybar ready after $((ready - started)) ms (DISPLAY=$DISPLAY)" >&2
 }
@@ -133,15 +145,22 @@ waybar_ready() {
         bar_rect >/dev/null
 }
 
-# "X Y W H" of waybar's bar: the band at the top that sway keeps free of windows.
+# "X Y W H" of waybar's bar: the band at the top (or the bottom) that sway keeps free of windows.
 bar_rect() {
     swaymsg -t get_workspaces | /usr/bin/python3 -c '
 import json, sys
+height = int(sys.argv[1])
 for w in json.load(sys.stdin):
     if w["visible"]:
         r = w["rect"]
         if r["y"] > 0:
             print(0, 0, r["width"], r["y"])
             sys.exit(0)
-sys.exit(1)'
+        if r["y"] + r["height"] < height:
+            print(0, r["y"] + r["height"], r["width"], height - r["y"] - r["height"])
+            sys.exit(0)
+sys.exit(1)' "$SCREEN_H"
 }
+
+# The Wayland-native click probe (wayland_probe.py), placed by the rule in sway's configuration.
+wayland_probe_frame() { tree_rect name "wayland probe" 1; }

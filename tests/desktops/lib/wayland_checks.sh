@@ -55,17 +55,22 @@ start_probe() {
     PROBE_PROBLEM="the click probe window did not appear"
     wait_until 15 probe_frame || return 1
     read -r PROBE_X PROBE_Y PROBE_W PROBE_H < <(probe_frame)
-    # It must take a click while nothing else is open, or its silence later would prove nothing.
-    # A window can be shown a moment before its toolkit reads input, on a loaded machine: this
-    # setup click is made again until the probe answers (the checks' own clicks are made once).
     PROBE_PROBLEM="the click probe took no click even with no panel open"
+    takes_setup_click $((PROBE_X + PROBE_W / 2)) $((PROBE_Y + PROBE_H / 2)) probe_presses || return 1
+    PROBE_PROBLEM=""
+}
+
+# takes_setup_click X Y PRESSES: a probe window must take a click while nothing else is open, or
+# its silence later would prove nothing. A window can be shown a moment before its toolkit reads
+# input, on a loaded machine: this setup click is made again until the probe answers (PRESSES
+# counts what it had; the checks' own clicks are made once).
+takes_setup_click() {
     local attempt
     for attempt in 1 2 3; do
-        click_at $((PROBE_X + PROBE_W / 2)) $((PROBE_Y + PROBE_H / 2))
-        wait_until 3 test "$(probe_presses)" -gt 0 && break
+        click_at "$1" "$2"
+        wait_until 3 test "$("$3")" -gt 0 && return 0
     done
-    [ "$(probe_presses)" -gt 0 ] || return 1
-    PROBE_PROBLEM=""
+    return 1
 }
 
 # A point on the desktop, away from the probe, the bar and the panel window (when one is open).
@@ -247,7 +252,12 @@ wayland_checks() {
     check "item visible" check_item_visible
     check "figures visible" check_figures_visible
     check "panel opens" check_panel_opens
-    check "panel placement" check_panel_placement
+    # A host that passes no point Quillon can place the panel by sets PLACEMENT_LIMIT to why.
+    if [ -n "${PLACEMENT_LIMIT:-}" ]; then
+        known_limit "panel placement" "$PLACEMENT_LIMIT" check_panel_placement
+    else
+        check "panel placement" check_panel_placement
+    fi
     check "outside click closes" check_outside_click
     close_panel
     check "escape closes" check_escape
