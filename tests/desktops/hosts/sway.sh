@@ -72,7 +72,7 @@ sway_start || { report_status; exit; }
 # Where the pointer rests between clicks: the empty desktop, away from every window and the panel.
 REST_X=$((SCREEN_W / 2)) REST_Y=$((SCREEN_H - 60))
 [ "$BAR_SIDE" = top ] || REST_Y=60
-# The bar's own click is a check of its own (sway_checks.sh), not one of the outside clicks: on
+# The bar's own click is a check of its own (check_bar_click), not one of the outside clicks: on
 # its empty middle, right of the status module, and left of where any panel of this screen goes,
 # so that no shadow lies over it.
 BAR_EMPTY_AT="300 $((BAR_Y + BAR_H / 2))"

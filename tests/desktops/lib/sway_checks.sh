@@ -120,9 +120,3 @@ check_desktop_after_wayland() {
         { echo "a click on the desktop at ${desk/ /,} after the Wayland window had the focus left the panel open"; return 1; }
 }
 
-check_bar_click() {
-    reopen >/dev/null || { echo "the panel did not open"; return 1; }
-    click_at $BAR_EMPTY_AT
-    wait_until 3 panel_hidden ||
-        { echo "a click on the bar's empty area at ${BAR_EMPTY_AT/ /,} left the panel open"; return 1; }
-}

@@ -234,6 +234,14 @@ check_menu_by_sight() {
 
 # Leaves no panel open for the next check, whatever the last one left: Escape (the first may
 # only close a menu of the host), then a click on the probe, wherever it now is.
+# A click on the bar's empty area (BAR_EMPTY_AT, "X Y") closes the panel.
+check_bar_click() {
+    reopen >/dev/null || { echo "the panel did not open"; return 1; }
+    click_at $BAR_EMPTY_AT
+    wait_until 3 panel_hidden ||
+        { echo "a click on the bar's empty area at ${BAR_EMPTY_AT/ /,} left the panel open"; return 1; }
+}
+
 close_panel() {
     local _
     for _ in 1 2 3; do
