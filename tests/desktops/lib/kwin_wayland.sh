@@ -128,21 +128,12 @@ kwin_start() {
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)
-    mkdir -p "$XDG_CONFIG_HOME/sway"
     # One window, KWin's, filling the output edge to edge.
-    cat >"$XDG_CONFIG_HOME/sway/config" <<CONFIG
-output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #000000 solid_color
+    sway_with_seat "output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #000000 solid_color
 xwayland disable
 default_border none
-default_floating_border none
-CONFIG
-    spawn sway sway --config "$XDG_CONFIG_HOME/sway/config"
-    wait_until 20 sway_socket || { fail "item visible" "sway did not start (see sway.log)"; return 1; }
-    export SWAYSOCK WAYLAND_DISPLAY
+default_floating_border none" || return 1
     SWAY_DISPLAY=$WAYLAND_DISPLAY
-    spawn seat /usr/bin/python3 "$DESKTOP_LIB/sway_seat.py"
-    wait_until 5 grep -qx ready "$DESKTOP_OUT/seat.log" ||
-        { fail "item visible" "no virtual pointer and keyboard (see seat.log)"; return 1; }
     export XDG_CURRENT_DESKTOP=KDE KDE_SESSION_VERSION=6 KDE_FULL_SESSION=true
     export QT_FORCE_STDERR_LOGGING=1 QT_LOGGING_RULES="kwin_scripting.debug=true"
     export KWIN_WAYLAND_NO_PERMISSION_CHECKS=1 LIBGL_ALWAYS_SOFTWARE=1 QT_QUICK_BACKEND=software

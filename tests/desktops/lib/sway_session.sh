@@ -101,25 +101,30 @@ end_bar_modules() {
     done
 }
 
+# sway_with_seat CONFIG: sway, headless, with that config, and the seat's pointer and keyboard,
+# without which no client takes a click or a key. Exports SWAYSOCK and WAYLAND_DISPLAY; fails,
+# with a failed first check saying why, when either does not come up.
+sway_with_seat() {
+    mkdir -p "$XDG_CONFIG_HOME/sway"
+    printf '%s\n' "$1" >"$XDG_CONFIG_HOME/sway/config"
+    spawn sway sway --config "$XDG_CONFIG_HOME/sway/config"
+    wait_until 20 sway_socket || { fail "item visible" "sway did not start (see sway.log)"; return 1; }
+    export SWAYSOCK WAYLAND_DISPLAY
+    spawn seat /usr/bin/python3 "$DESKTOP_LIB/sway_seat.py"
+    wait_until 5 grep -qx ready "$DESKTOP_OUT/seat.log" ||
+        { fail "item visible" "no virtual pointer and keyboard (see seat.log)"; return 1; }
+}
+
 sway_start() {
     trap 'end_bar_modules; host_cleanup' EXIT
     trap 'exit 130' INT TERM
     local started ready
     started=$(ms_now)
-    mkdir -p "$XDG_CONFIG_HOME/sway"
-    cat >"$XDG_CONFIG_HOME/sway/config" <<CONFIG
-output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #5b7fa3 solid_color
+    sway_with_seat "output HEADLESS-1 resolution ${SCREEN_W}x${SCREEN_H} position 0 0 bg #5b7fa3 solid_color
 xwayland enable
-for_window [title="^click probe$"] floating enable, resize set 240 160, move absolute position 40 $((SCREEN_H - 220))
-for_window [title="^wayland probe$"] floating enable, resize set 200 120, move absolute position 60 330
-CONFIG
-    spawn sway sway --config "$XDG_CONFIG_HOME/sway/config"
-    wait_until 20 sway_socket || { fail "item visible" "sway did not start (see sway.log)"; return 1; }
-    export SWAYSOCK WAYLAND_DISPLAY
-    # The seat's pointer and keyboard, without which no client takes a click or a key.
-    spawn seat /usr/bin/python3 "$DESKTOP_LIB/sway_seat.py"
-    wait_until 5 grep -qx ready "$DESKTOP_OUT/seat.log" ||
-        { fail "item visible" "no virtual pointer and keyboard (see seat.log)"; return 1; }
+for_window [title=\"^click probe$\"] floating enable, resize set 240 160, move absolute position 40 $((SCREEN_H - 220))
+for_window [title=\"^wayland probe$\"] floating enable, resize set 200 120, move absolute position 60 330" ||
+        return 1
     spawn waybar waybar --config "${WAYBAR_CONFIG:-$DESKTOP_LIB/waybar-config.json}"
     wait_until 20 waybar_ready || { fail "item visible" "waybar did not start (see waybar.log)"; return 1; }
     ready=$(ms_now)
