@@ -5,10 +5,15 @@
 #include "cli/status_client.h"
 #include "cli/status_fetch.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
+#include <QSocketNotifier>
 
 #include <csignal>
 #include <ostream>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace quillon {
 namespace {
@@ -63,8 +68,25 @@ std::string render(StatusFormat format, const StatusFigures& figures, Instant no
     return {};
 }
 
-// Prints every change until the stream fails (the reader went away) or a termination signal
-// comes; either ends the command normally.
+// Ends the loop once nobody can read what the command writes: a status bar that went away
+// closes its end of the pipe, which shows on ours as an error, before any further write.
+void quitWhenTheReaderGoes(QObject* owner) {
+    struct stat info {};
+    if (::fstat(STDOUT_FILENO, &info) != 0 || !S_ISFIFO(info.st_mode)) {
+        return;
+    }
+    auto* notifier = new QSocketNotifier(STDOUT_FILENO, QSocketNotifier::Read, owner);
+    QObject::connect(notifier, &QSocketNotifier::activated, owner, [notifier] {
+        pollfd out{.fd = STDOUT_FILENO, .events = 0, .revents = 0};
+        if (::poll(&out, 1, 0) == 1 && (out.revents & (POLLERR | POLLHUP)) != 0) {
+            notifier->setEnabled(false);
+            QCoreApplication::quit();
+        }
+    });
+}
+
+// Prints every change until the stream fails or its reader goes away, the session bus goes
+// away, or a termination signal comes; each ends the command normally.
 int watch(StatusFormat format, CommandStreams streams) {
     // A closed pipe shows up as a failed write instead of killing the process.
     std::signal(SIGPIPE, SIG_IGN);
@@ -76,6 +98,12 @@ int watch(StatusFormat format, CommandStreams streams) {
         streams.err << "quillon: no session bus to reach Quillon on\n";
         return statusNotRunning;
     }
+    // The end of the session: nothing more will ever change.
+    QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                                          QStringLiteral("org.freedesktop.DBus.Local"),
+                                          QStringLiteral("Disconnected"),
+                                          QCoreApplication::instance(), SLOT(quit()));
+    quitWhenTheReaderGoes(QCoreApplication::instance());
     bool first = true;
     const auto print = [&](const StatusFigures& figures) {
         const Instant now = std::chrono::system_clock::now();

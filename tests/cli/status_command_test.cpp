@@ -196,6 +196,54 @@ TEST_F(StatusCommandTest, WatchEndsCleanlyWhenItsReaderGoesAway) {
     EXPECT_EQ(pipeline.readAllStandardError().toStdString(), "status 0\n");
 }
 
+// Nothing changes after the reader went: the closed pipe alone ends the command, so that it does
+// not outlive a status bar that was stopped.
+TEST_F(StatusCommandTest, WatchEndsWhenItsReaderGoesAwayThoughNothingChanges) {
+    startApp();
+    QProcess pipeline;
+    pipeline.setProcessEnvironment(environment());
+    pipeline.start(QStringLiteral("bash"),
+                   {QStringLiteral("-c"),
+                    QStringLiteral("\"$0\" status --watch --format waybar | head -n 1; "
+                                   "echo \"status ${PIPESTATUS[0]}\" >&2"),
+                    QStringLiteral(QUILLON_BINARY)});
+    ASSERT_TRUE(pipeline.waitForStarted());
+    const bool ended =
+        test::waitUntil([&] { return pipeline.state() == QProcess::NotRunning; }, deadlineMs);
+    if (!ended) {
+        stop(pipeline);
+    }
+    ASSERT_TRUE(ended) << "the command went on after its reader had gone";
+    EXPECT_EQ(pipeline.readAllStandardError().toStdString(), "status 0\n");
+}
+
+// The session bus going away (the session ends) ends the command too.
+TEST_F(StatusCommandTest, WatchEndsWhenTheSessionBusGoesAway) {
+    QProcess bus;
+    bus.start(QStringLiteral("dbus-daemon"),
+              {QStringLiteral("--session"), QStringLiteral("--nofork"),
+               QStringLiteral("--print-address")});
+    ASSERT_TRUE(bus.waitForStarted());
+    ASSERT_TRUE(test::waitUntil([&] { return bus.canReadLine(); }, deadlineMs));
+    QProcessEnvironment env = environment();
+    env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"),
+               QString::fromUtf8(bus.readLine().trimmed()));
+    watcher.setProcessEnvironment(env);
+    watcher.start(QStringLiteral(QUILLON_BINARY),
+                  {QStringLiteral("status"), QStringLiteral("--watch"), QStringLiteral("--format"),
+                   QStringLiteral("json")});
+    ASSERT_TRUE(watcher.waitForStarted());
+    ASSERT_EQ(watchLines(1).size(), 1u); // not running, waiting for it on that bus
+
+    bus.terminate();
+    ASSERT_TRUE(bus.waitForFinished(deadlineMs));
+    ASSERT_TRUE(
+        test::waitUntil([&] { return watcher.state() == QProcess::NotRunning; }, deadlineMs))
+        << "the command went on after its bus had gone";
+    EXPECT_EQ(watcher.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(watcher.exitCode(), 0);
+}
+
 TEST_F(StatusCommandTest, WatchEndsCleanlyOnSigterm) {
     startApp();
     startWatch("i3bar");
