@@ -29,6 +29,18 @@ protected:
         ASSERT_TRUE(watcher.waitForStarted());
     }
 
+    // `status --watch` piped into a reader that takes one line and goes; the shell reports on
+    // standard error how the command ended ("status 0").
+    void startWatchReadOnce(QProcess& pipeline) {
+        pipeline.setProcessEnvironment(environment());
+        pipeline.start(QStringLiteral("bash"),
+                       {QStringLiteral("-c"),
+                        QStringLiteral("\"$0\" status --watch --format waybar | head -n 1; "
+                                       "echo \"status ${PIPESTATUS[0]}\" >&2"),
+                        QStringLiteral(QUILLON_BINARY)});
+        ASSERT_TRUE(pipeline.waitForStarted());
+    }
+
     // Waits for `count` lines in all from the watcher and returns every line so far.
     std::vector<std::string> watchLines(std::size_t count) {
         test::waitUntil(
@@ -179,15 +191,8 @@ TEST_F(StatusCommandTest, WatchSpeaksTheI3barProtocol) {
 
 TEST_F(StatusCommandTest, WatchEndsCleanlyWhenItsReaderGoesAway) {
     startApp();
-    // The reader takes one line and goes; the shell reports how the command ended.
     QProcess pipeline;
-    pipeline.setProcessEnvironment(environment());
-    pipeline.start(QStringLiteral("bash"),
-                   {QStringLiteral("-c"),
-                    QStringLiteral("\"$0\" status --watch --format waybar | head -n 1; "
-                                   "echo \"status ${PIPESTATUS[0]}\" >&2"),
-                    QStringLiteral(QUILLON_BINARY)});
-    ASSERT_TRUE(pipeline.waitForStarted());
+    ASSERT_NO_FATAL_FAILURE(startWatchReadOnce(pipeline));
     ASSERT_TRUE(test::waitUntil([&] { return pipeline.canReadLine(); }, deadlineMs));
     servers.setFigures(70, 17);
     refreshApp();
@@ -201,13 +206,7 @@ TEST_F(StatusCommandTest, WatchEndsCleanlyWhenItsReaderGoesAway) {
 TEST_F(StatusCommandTest, WatchEndsWhenItsReaderGoesAwayThoughNothingChanges) {
     startApp();
     QProcess pipeline;
-    pipeline.setProcessEnvironment(environment());
-    pipeline.start(QStringLiteral("bash"),
-                   {QStringLiteral("-c"),
-                    QStringLiteral("\"$0\" status --watch --format waybar | head -n 1; "
-                                   "echo \"status ${PIPESTATUS[0]}\" >&2"),
-                    QStringLiteral(QUILLON_BINARY)});
-    ASSERT_TRUE(pipeline.waitForStarted());
+    ASSERT_NO_FATAL_FAILURE(startWatchReadOnce(pipeline));
     const bool ended =
         test::waitUntil([&] { return pipeline.state() == QProcess::NotRunning; }, deadlineMs);
     if (!ended) {
